@@ -1,0 +1,78 @@
+#include "cli/cli_session.h"
+
+#include "core/language.h"
+#include "platform/system_paths.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+namespace tidyreel::cli {
+
+CliSession::CliSession(const CommonOptions& options)
+    : controller_([&] {
+          setPreferredLanguages(options.language.empty() ? systemPreferredLanguages()
+                                                         : std::vector<std::string>{options.language});
+          return RunMode::blocking;
+      }()) {
+    // Lines logged while the controller was being built (start line, bookmark problems) come first.
+    for (const LogEntry& entry : controller_.logEntries()) {
+        printLogLine(entry);
+    }
+    ContentViewModel::Observer observer;
+    observer.logAdded = [this](const LogEntry& entry) {
+        endProgressLine();
+        printLogLine(entry);
+    };
+    observer.progressChanged = [this](const ProcessingProgress& progress) { printProgress(progress); };
+    controller_.setObserver(std::move(observer));
+}
+
+bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
+    std::error_code status;
+    std::filesystem::create_directories(folder, status);
+    if (status || !std::filesystem::is_directory(folder)) {
+        std::cerr << localized("Zielordner kann nicht angelegt werden: ", "Cannot create output folder: ")
+                  << folder.string() << (status ? " (" + status.message() + ")" : "") << '\n';
+        return false;
+    }
+    controller_.chooseOutputFolder(std::filesystem::absolute(folder).lexically_normal());
+    return true;
+}
+
+int CliSession::exitStatusOf(const ActionStatus& status) {
+    return std::holds_alternative<ActionStatus::Success>(status.value) ? exitSuccess : exitWorkflowFailed;
+}
+
+void CliSession::printLogLine(const LogEntry& entry) {
+    std::cout << copyLogLine(entry) << std::endl;
+}
+
+void CliSession::printProgress(const ProcessingProgress& progress) {
+    if (!isatty(STDERR_FILENO) || progress.total <= 0) {
+        return;
+    }
+    constexpr int width = 30;
+    const int filled = std::clamp(progress.current * width / progress.total, 0, width);
+    std::cerr << fmt::format("\r[{}{}] {}/{} {}", std::string(static_cast<std::size_t>(filled), '#'),
+                             std::string(static_cast<std::size_t>(width - filled), ' '), progress.current,
+                             progress.total, progress.taskName)
+              << std::flush;
+    progressLineOpen_ = true;
+}
+
+void CliSession::endProgressLine() {
+    if (progressLineOpen_) {
+        std::cerr << "\r\033[K" << std::flush;
+        progressLineOpen_ = false;
+    }
+}
+
+void addCommonOptions(CLI::App& command, CommonOptions& options) {
+    command.add_option("--lang", options.language, "Language of the texts (default: the system's)")
+        ->check(CLI::IsMember({"de", "en"}));
+}
+
+}  // namespace tidyreel::cli

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "core/content_view_model.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace tidyreel::cli {
+
+/// Exit statuses of the command line.
+enum ExitStatus { exitSuccess = 0, exitWorkflowFailed = 1, exitUsage = 2 };
+
+/// Options every command shares.
+struct CommonOptions {
+    std::string language;  ///< "de" or "en"; empty: the system's preferred languages
+};
+
+/// A controller that runs in the foreground and prints every log line as it arrives.
+class CliSession {
+  public:
+    explicit CliSession(const CommonOptions& options);
+
+    /// The controller the command drives.
+    ContentViewModel& controller() { return controller_; }
+    /// Makes `folder` the output folder as the folder panel would (creating it when missing);
+    /// false, with a message on standard error, when that is impossible.
+    bool chooseOutputFolder(const std::filesystem::path& folder);
+    /// 0 when the status is a success, 1 when the workflow failed.
+    static int exitStatusOf(const ActionStatus& status);
+
+  private:
+    static void printLogLine(const LogEntry& entry);
+    void printProgress(const ProcessingProgress& progress);
+    void endProgressLine();
+
+    ContentViewModel controller_;
+    bool progressLineOpen_ = false;
+};
+
+/// Adds the `--lang` option to a command.
+void addCommonOptions(CLI::App& command, CommonOptions& options);
+
+/// `tidyreel roles PROJECT`: lists the roles and their clip counts.
+void registerRolesCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel grade PROJECT [-o DIR]`: the colour grading workflow.
+void registerGradeCommand(CLI::App& app, int& exitStatus);
+
+}  // namespace tidyreel::cli

@@ -1,0 +1,379 @@
+#include "core/content_view_model.h"
+
+#include "core/language.h"
+#include "core/write_permission.h"
+#include "platform/folder_bookmark.h"
+#include "platform/settings_store.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <QMetaObject>
+
+#include <algorithm>
+#include <cctype>
+
+namespace tidyreel {
+namespace {
+
+/// The fixed texts of one workflow's start and end.
+struct WorkflowTexts {
+    const char* busyText;
+    const char* startLine;
+    const char* successLine;  ///< empty: the pipeline writes the closing line itself
+    const char* failurePrefix;
+};
+
+WorkflowTexts textsOf(ExportActionType actionType) {
+    switch (actionType) {
+        case ExportActionType::colorGrading:
+            return {"Color-Grading wird ausgeführt...", "Color-Grading gestartet",
+                    "Color-Grading erfolgreich abgeschlossen", "Color-Grading fehlgeschlagen: "};
+        case ExportActionType::youtube:
+            return {"YouTube-Beschreibung wird erstellt...", "YouTube-Beschreibung gestartet",
+                    "YouTube-Beschreibung erfolgreich erstellt", "YouTube-Beschreibung fehlgeschlagen: "};
+        case ExportActionType::archiving:
+            break;
+    }
+    return {"Trim & Archivierung wird ausgeführt...", "Trim & Archivierung gestartet", "",
+            "Trim & Archivierung fehlgeschlagen: "};
+}
+
+std::string lowercased(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+std::string joinedRoles(const std::set<std::string>& roles) {
+    return roles.empty() ? "keine" : fmt::format("{}", fmt::join(roles, ", "));
+}
+
+}  // namespace
+
+ContentViewModel::ContentViewModel(RunMode runMode) : runMode_(runMode) {
+    loadSettings();
+    addLog(LogEntryType::info, "Tidyreel started");
+}
+
+ContentViewModel::~ContentViewModel() {
+    if (worker_.joinable()) {
+        worker_.join();
+    }
+}
+
+void ContentViewModel::addLog(LogEntryType type, const std::string& message) {
+    logEntries_.push_back(LogEntry::make(type, message));
+    if (isProcessing_) {
+        processingStatus_ = message;
+    }
+    if (observer_.logAdded) {
+        observer_.logAdded(logEntries_.back());
+    }
+}
+
+void ContentViewModel::reportProgress(int current, int total, const std::string& taskName) {
+    processingProgress_ = ProcessingProgress{current, total, taskName};
+    processingStatus_ = fmt::format("{}: {} von {}", taskName, current, total);
+    if (observer_.progressChanged) {
+        observer_.progressChanged(*processingProgress_);
+    }
+}
+
+void ContentViewModel::loadSettings() {
+    restoreBookmark();
+    if (const std::optional<double> stored = SettingsStore::doubleValue("buffer"); stored && *stored > 0) {
+        buffer_ = *stored;
+    }
+    if (const std::optional<double> stored = SettingsStore::doubleValue("minSegment");
+        stored && *stored > 0) {
+        minSegment_ = *stored;
+    }
+    exportChapterMarkers_ = SettingsStore::boolValue("exportChapterMarkers").value_or(false);
+    exportVideoDescription_ = SettingsStore::boolValue("exportVideoDescription").value_or(false);
+    youtubeDescription1_ = SettingsStore::stringValue("youtubeDescription1").value_or("");
+    youtubeDescription2_ = SettingsStore::stringValue("youtubeDescription2").value_or("");
+}
+
+void ContentViewModel::restoreBookmark() {
+    const std::optional<std::string> data = SettingsStore::bytesValue("outputDirectoryBookmark");
+    if (!data) {
+        return;
+    }
+    try {
+        const ResolvedBookmark resolved = resolveFolderBookmark(*data);
+        if (resolved.isStale) {
+            addLog(LogEntryType::info, "Zielordner-Bookmark veraltet, wird erneuert...");
+        }
+        outputDirectory_ = resolved.folder;
+        saveBookmark();
+    } catch (const std::exception& error) {
+        addLog(LogEntryType::error,
+               std::string("Fehler beim Laden des Zielordner-Bookmarks: ") + error.what());
+    }
+}
+
+void ContentViewModel::saveBookmark() {
+    if (!outputDirectory_) {
+        SettingsStore::remove("outputDirectoryBookmark");
+        outputDirectoryBookmark_.reset();
+        return;
+    }
+    try {
+        outputDirectoryBookmark_ = createFolderBookmark(*outputDirectory_);
+        SettingsStore::setBytes("outputDirectoryBookmark", *outputDirectoryBookmark_);
+    } catch (const std::exception& error) {
+        addLog(LogEntryType::error,
+               std::string("Fehler beim Speichern des Zielordner-Bookmarks: ") + error.what());
+    }
+}
+
+void ContentViewModel::loadFile(const std::filesystem::path& url) {
+    const bool isBundle = lowercased(url.extension().string()) == ".fcpxmld";
+    const std::filesystem::path documentURL = isBundle ? url / "Info.fcpxml" : url;
+    selectedFileURL_ = documentURL;
+    fileLoadedAt_ = Clock::now();
+    originalFileName_ = url.filename().string();
+    addLog(LogEntryType::info, localized("Ausgewählt", "Selected") + ": " + url.filename().string());
+    roleEffectMappings_.clear();
+    includedRoles_.clear();
+    discoverRoles(documentURL);
+    notifyChanged();
+}
+
+void ContentViewModel::discoverRoles(const std::filesystem::path& url) {
+    try {
+        std::shared_ptr<XmlDocument> document = XmlDocument::load(url);
+        videoRoles_ = discoverVideoRoles(*document);
+        addLog(LogEntryType::info, fmt::format("Gefunden: {} Video-Rollen", videoRoles_.size()));
+        for (const VideoRole& role : videoRoles_) {
+            addLog(LogEntryType::info, fmt::format("  → {}: {} Clips", role.name, role.clipCount));
+        }
+        for (const VideoRole& role : videoRoles_) {
+            if (const auto remembered = persistentEffectMappings_.find(role.name);
+                remembered != persistentEffectMappings_.end()) {
+                roleEffectMappings_[role.name] = remembered->second;
+                addLog(LogEntryType::info, "  ↳ Auto-Effekt: " + role.name + " → " + remembered->second.name);
+            }
+        }
+        includedRoles_.clear();
+        for (const VideoRole& role : videoRoles_) {
+            includedRoles_.insert(role.name);
+        }
+        // The document is kept as parsed: parsing the same bytes again would give the same tree.
+        xmlDocument_ = std::move(document);
+    } catch (const std::exception& error) {
+        addLog(LogEntryType::error, std::string("Fehler beim Parsen der Rollen: ") + error.what());
+        videoRoles_.clear();
+        xmlDocument_.reset();
+    }
+}
+
+void ContentViewModel::clearFile() {
+    selectedFileURL_.reset();
+    fileLoadedAt_.reset();
+    videoRoles_.clear();
+    roleEffectMappings_.clear();
+    includedRoles_.clear();
+    addLog(LogEntryType::info, localized("Keine Datei ausgewählt", "No file selected"));
+    notifyChanged();
+}
+
+void ContentViewModel::chooseOutputFolder(const std::filesystem::path& folder) {
+    outputDirectory_ = folder;
+    saveBookmark();
+    const std::string name =
+        folder.has_filename() ? folder.filename().string() : folder.parent_path().filename().string();
+    addLog(LogEntryType::info, localized("Zielordner", "Output Folder") + ": " + name);
+    notifyChanged();
+}
+
+void ContentViewModel::startColorGrading() {
+    start(ExportActionType::colorGrading);
+}
+
+void ContentViewModel::startVideoDescription() {
+    start(ExportActionType::youtube);
+}
+
+void ContentViewModel::startArchiving() {
+    start(ExportActionType::archiving);
+}
+
+void ContentViewModel::start(ExportActionType actionType) {
+    // A second run while one is busy would share the single worker; the window disables the buttons.
+    if (!selectedFileURL_ || isProcessing_) {
+        return;
+    }
+    if (actionType == ExportActionType::archiving) {
+        const WritePermission permission = testWritePermission(outputDirectory_);
+        if (!permission.ok) {
+            permissionAlertMessage_ =
+                permission.message.value_or(localized("Unbekannter Fehler", "Unknown error"));
+            showPermissionAlert_ = true;
+            addLog(LogEntryType::error, permissionAlertMessage_);
+            notifyChanged();
+            return;
+        }
+    }
+    const WorkflowTexts texts = textsOf(actionType);
+    isProcessing_ = true;
+    processingStatus_ = texts.busyText;
+    processingProgress_.reset();
+    addLog(LogEntryType::info, texts.startLine);
+    if (actionType == ExportActionType::archiving) {
+        addLog(LogEntryType::info, "Eingeschlossene Rollen: " + joinedRoles(includedRoles_));
+    }
+    notifyChanged();
+    launch(makeRequest(actionType));
+}
+
+PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const {
+    PipelineRequest request;
+    request.actionType = actionType;
+    request.outputDirectory = outputDirectory_;
+    request.sourceURL = *selectedFileURL_;
+    request.originalFileName = originalFileName_;
+    request.buffer = buffer_;
+    request.minSegment = minSegment_;
+    request.youtubeDescription1 = youtubeDescription1_;
+    request.youtubeDescription2 = youtubeDescription2_;
+    request.roleEffectMappings = roleEffectMappings_;
+    request.includedRoles = includedRoles_;
+    request.exportChapterMarkers = exportChapterMarkers_;
+    request.exportVideoDescription = exportVideoDescription_;
+    request.debugMode = debugMode_;
+    return request;
+}
+
+PipelineCallbacks ContentViewModel::makeCallbacks() {
+    PipelineCallbacks callbacks;
+    if (runMode_ == RunMode::blocking) {
+        callbacks.logger = [this](LogEntryType type, const std::string& message) { addLog(type, message); };
+        callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
+            reportProgress(current, total, taskName);
+        };
+        return callbacks;
+    }
+    // Queued calls keep the order of the worker's reports; Qt drops them if the controller is gone.
+    callbacks.logger = [this](LogEntryType type, const std::string& message) {
+        QMetaObject::invokeMethod(
+            this, [this, type, message] { addLog(type, message); }, Qt::QueuedConnection);
+    };
+    callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
+        QMetaObject::invokeMethod(
+            this, [this, current, total, taskName] { reportProgress(current, total, taskName); },
+            Qt::QueuedConnection);
+    };
+    return callbacks;
+}
+
+void ContentViewModel::launch(PipelineRequest request) {
+    const ExportActionType actionType = request.actionType;
+    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<std::string> {
+        try {
+            runExportPipeline(request, callbacks);
+            return std::nullopt;
+        } catch (const std::exception& error) {
+            return std::string(error.what());
+        }
+    };
+    if (runMode_ == RunMode::blocking) {
+        finishRun(actionType, run());
+        return;
+    }
+    if (worker_.joinable()) {
+        worker_.join();
+    }
+    worker_ = std::jthread([this, actionType, run = std::move(run)] {
+        const std::optional<std::string> failure = run();
+        QMetaObject::invokeMethod(
+            this, [this, actionType, failure] { finishRun(actionType, failure); }, Qt::QueuedConnection);
+    });
+}
+
+void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<std::string>& failure) {
+    const WorkflowTexts texts = textsOf(actionType);
+    if (failure) {
+        statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
+        isProcessing_ = false;
+        if (actionType == ExportActionType::archiving) {
+            processingProgress_.reset();
+        }
+        addLog(LogEntryType::error, texts.failurePrefix + *failure);
+    } else {
+        statusOf(actionType) = ActionStatus::success(Clock::now());
+        isProcessing_ = false;
+        if (actionType == ExportActionType::archiving) {
+            processingProgress_.reset();
+        } else {
+            addLog(LogEntryType::success, texts.successLine);
+        }
+    }
+    notifyChanged();
+}
+
+ActionStatus& ContentViewModel::statusOf(ExportActionType actionType) {
+    switch (actionType) {
+        case ExportActionType::colorGrading:
+            return colorGradingStatus_;
+        case ExportActionType::youtube:
+            return youtubeDescriptionStatus_;
+        case ExportActionType::archiving:
+            break;
+    }
+    return archivingStatus_;
+}
+
+void ContentViewModel::saveVideoDescriptions() {
+    SettingsStore::setString("youtubeDescription1", youtubeDescription1_);
+    SettingsStore::setString("youtubeDescription2", youtubeDescription2_);
+    addLog(LogEntryType::success, "YouTube-Beschreibungen gespeichert");
+}
+
+void ContentViewModel::setBuffer(double seconds) {
+    buffer_ = seconds;
+    SettingsStore::setDouble("buffer", seconds);
+    notifyChanged();
+}
+
+void ContentViewModel::setMinSegment(double seconds) {
+    minSegment_ = seconds;
+    SettingsStore::setDouble("minSegment", seconds);
+    notifyChanged();
+}
+
+void ContentViewModel::setExportChapterMarkers(bool on) {
+    exportChapterMarkers_ = on;
+    SettingsStore::setBool("exportChapterMarkers", on);
+    notifyChanged();
+}
+
+void ContentViewModel::setExportVideoDescription(bool on) {
+    exportVideoDescription_ = on;
+    SettingsStore::setBool("exportVideoDescription", on);
+    notifyChanged();
+}
+
+void ContentViewModel::setIncludedRoles(std::set<std::string> roles) {
+    includedRoles_ = std::move(roles);
+    notifyChanged();
+}
+
+void ContentViewModel::setSelectedWorkflow(WorkflowTab tab) {
+    selectedWorkflow_ = tab;
+    notifyChanged();
+}
+
+void ContentViewModel::setShowPermissionAlert(bool shown) {
+    showPermissionAlert_ = shown;
+    notifyChanged();
+}
+
+void ContentViewModel::notifyChanged() const {
+    if (observer_.changed) {
+        observer_.changed();
+    }
+}
+
+}  // namespace tidyreel

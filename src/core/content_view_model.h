@@ -1,0 +1,152 @@
+#pragma once
+
+#include "core/export_pipeline.h"
+#include "core/log_entry.h"
+#include "fcpxml/role_discovery.h"
+#include "fcpxml/xml.h"
+
+#include <QObject>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tidyreel {
+
+/// The tab the main window shows.
+enum class WorkflowTab { preProduction, archiving };
+
+/// Whether runs block the caller (command line, tests) or run on a worker thread (desktop window).
+enum class RunMode { blocking, background };
+
+/// The application's single controller: the loaded project, the user's choices and settings, the
+/// processing log and statuses; starts the three workflows.
+class ContentViewModel : public QObject {
+  public:
+    /// Who wants to hear about changes; every callback is invoked on the controller's thread.
+    struct Observer {
+        std::function<void(const LogEntry&)> logAdded;                   ///< a log line was added
+        std::function<void(const ProcessingProgress&)> progressChanged;  ///< a progress report arrived
+        std::function<void()> changed;                                   ///< any other observed state changed
+    };
+
+    /// Loads the settings and the output folder, writes the start line.
+    explicit ContentViewModel(RunMode runMode = RunMode::background);
+    ~ContentViewModel() override;
+
+    /// Sets who hears about changes.
+    void setObserver(Observer observer) { observer_ = std::move(observer); }
+
+    /// Appends a line to the processing log; while a run is busy it also becomes the status text.
+    void addLog(LogEntryType type, const std::string& message);
+    /// Applies a progress report of the running task.
+    void reportProgress(int current, int total, const std::string& taskName);
+    /// The log as copied to the clipboard.
+    std::string copyLogText() const { return tidyreel::copyLogText(logEntries_); }
+
+    /// Loads an FCPXML file or a .fcpxmld bundle and discovers its roles.
+    void loadFile(const std::filesystem::path& url);
+    /// Forgets the loaded file; settings, remembered effects and statuses stay.
+    void clearFile();
+    /// Makes `folder` the output folder and remembers it across restarts.
+    void chooseOutputFolder(const std::filesystem::path& folder);
+
+    /// Starts the colour grading workflow (nothing happens without a loaded file).
+    void startColorGrading();
+    /// Starts the video description workflow (nothing happens without a loaded file).
+    void startVideoDescription();
+    /// Starts the archive workflow after the output folder's write test.
+    void startArchiving();
+
+    /// Stores both description texts in the settings.
+    void saveVideoDescriptions();
+    void setBuffer(double seconds);
+    void setMinSegment(double seconds);
+    void setExportChapterMarkers(bool on);
+    void setExportVideoDescription(bool on);
+    void setYoutubeDescription1(std::string text) { youtubeDescription1_ = std::move(text); }
+    void setYoutubeDescription2(std::string text) { youtubeDescription2_ = std::move(text); }
+    void setIncludedRoles(std::set<std::string> roles);
+    void setSelectedWorkflow(WorkflowTab tab);
+    void setShowPermissionAlert(bool shown);
+
+    WorkflowTab selectedWorkflow() const { return selectedWorkflow_; }
+    const std::optional<std::filesystem::path>& selectedFileURL() const { return selectedFileURL_; }
+    const std::optional<TimePoint>& fileLoadedAt() const { return fileLoadedAt_; }
+    const std::vector<LogEntry>& logEntries() const { return logEntries_; }
+    bool isProcessing() const { return isProcessing_; }
+    const std::string& processingStatus() const { return processingStatus_; }
+    const std::optional<ProcessingProgress>& processingProgress() const { return processingProgress_; }
+    const std::vector<VideoRole>& videoRoles() const { return videoRoles_; }
+    const RoleEffectMappings& roleEffectMappings() const { return roleEffectMappings_; }
+    const std::shared_ptr<XmlDocument>& xmlDocument() const { return xmlDocument_; }
+    const std::optional<std::filesystem::path>& outputDirectory() const { return outputDirectory_; }
+    const std::optional<std::string>& outputDirectoryBookmark() const { return outputDirectoryBookmark_; }
+    double buffer() const { return buffer_; }
+    double minSegment() const { return minSegment_; }
+    const std::string& youtubeDescription1() const { return youtubeDescription1_; }
+    const std::string& youtubeDescription2() const { return youtubeDescription2_; }
+    bool exportChapterMarkers() const { return exportChapterMarkers_; }
+    bool exportVideoDescription() const { return exportVideoDescription_; }
+    const ActionStatus& colorGradingStatus() const { return colorGradingStatus_; }
+    const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
+    const ActionStatus& archivingStatus() const { return archivingStatus_; }
+    const std::set<std::string>& includedRoles() const { return includedRoles_; }
+    bool showPermissionAlert() const { return showPermissionAlert_; }
+    const std::string& permissionAlertMessage() const { return permissionAlertMessage_; }
+    bool debugMode() const { return debugMode_; }
+    const std::string& originalFileName() const { return originalFileName_; }
+    const RoleEffectMappings& persistentEffectMappings() const { return persistentEffectMappings_; }
+
+  private:
+    void loadSettings();
+    void restoreBookmark();
+    void saveBookmark();
+    void discoverRoles(const std::filesystem::path& url);
+    void start(ExportActionType actionType);
+    PipelineRequest makeRequest(ExportActionType actionType) const;
+    PipelineCallbacks makeCallbacks();
+    void launch(PipelineRequest request);
+    void finishRun(ExportActionType actionType, const std::optional<std::string>& failure);
+    ActionStatus& statusOf(ExportActionType actionType);
+    void notifyChanged() const;
+
+    RunMode runMode_;
+    Observer observer_;
+    std::jthread worker_;
+
+    WorkflowTab selectedWorkflow_ = WorkflowTab::preProduction;
+    std::optional<std::filesystem::path> selectedFileURL_;
+    std::optional<TimePoint> fileLoadedAt_;
+    std::vector<LogEntry> logEntries_;
+    bool isProcessing_ = false;
+    std::string processingStatus_;
+    std::optional<ProcessingProgress> processingProgress_;
+    std::vector<VideoRole> videoRoles_;
+    RoleEffectMappings roleEffectMappings_;
+    std::shared_ptr<XmlDocument> xmlDocument_;
+    std::optional<std::filesystem::path> outputDirectory_;
+    std::optional<std::string> outputDirectoryBookmark_;
+    double buffer_ = 10.0;
+    double minSegment_ = 20.0;
+    std::string youtubeDescription1_;
+    std::string youtubeDescription2_;
+    bool exportChapterMarkers_ = false;
+    bool exportVideoDescription_ = false;
+    ActionStatus colorGradingStatus_ = ActionStatus::notExecuted();
+    ActionStatus youtubeDescriptionStatus_ = ActionStatus::notExecuted();
+    ActionStatus archivingStatus_ = ActionStatus::notExecuted();
+    std::set<std::string> includedRoles_;
+    bool showPermissionAlert_ = false;
+    std::string permissionAlertMessage_;
+    bool debugMode_ = true;
+    std::string originalFileName_;
+    RoleEffectMappings persistentEffectMappings_;
+};
+
+}  // namespace tidyreel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <map>
+#include <stdexcept>
+#include <string>
+
+namespace tidyreel {
+
+/// A failure that ends a task: an error domain and code as the system reports them, a localized
+/// description (`what()`) and optional extra entries such as a tool's standard error.
+class Error : public std::runtime_error {
+  public:
+    /// Creates an error of `domain` with `code` and the user-facing `description`.
+    Error(std::string domain, int code, const std::string& description,
+          std::map<std::string, std::string> userInfo = {});
+
+    /// The error domain, e.g. "Processing" or "ffmpeg".
+    const std::string& domain() const noexcept { return domain_; }
+    /// The integer code within the domain.
+    int code() const noexcept { return code_; }
+    /// Extra entries (key "stderr" holds a tool's standard error).
+    const std::map<std::string, std::string>& userInfo() const noexcept { return userInfo_; }
+
+  private:
+    std::string domain_;
+    int code_;
+    std::map<std::string, std::string> userInfo_;
+};
+
+}  // namespace tidyreel

@@ -1,0 +1,137 @@
+#include "core/export_pipeline.h"
+
+#include "archive/media/archive_bundle_write_task.h"
+#include "archive/planning/clip_trimming_export_task.h"
+#include "core/error.h"
+#include "core/language.h"
+#include "description/chapter_marker_export_task.h"
+#include "description/video_description_export_task.h"
+#include "fcpxml/fcpxml_write_task.h"
+#include "fcpxml/xml.h"
+#include "grading/role_effect_export_task.h"
+#include "platform/folder_bookmark.h"
+
+namespace tidyreel {
+namespace {
+
+// Ends the folder access on every way out of the run, as long as it was granted.
+class FolderAccessScope {
+  public:
+    explicit FolderAccessScope(std::filesystem::path folder)
+        : folder_(std::move(folder)), granted_(beginFolderAccess(folder_)) {}
+    ~FolderAccessScope() {
+        if (granted_) {
+            endFolderAccess(folder_);
+        }
+    }
+    FolderAccessScope(const FolderAccessScope&) = delete;
+    FolderAccessScope& operator=(const FolderAccessScope&) = delete;
+
+    bool granted() const { return granted_; }
+
+  private:
+    std::filesystem::path folder_;
+    bool granted_;
+};
+
+void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folder, bool granted) {
+    logger(LogEntryType::info, "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
+    logger(LogEntryType::info, "│  Output-Ordner: " + folder.string());
+    logger(LogEntryType::info, std::string("│  startAccessingSecurityScopedResource() → ") +
+                                   (granted ? "TRUE (Scope aktiv)" : "FALSE (kein Scope / bereits aktiv)"));
+    logger(LogEntryType::info, "└─");
+}
+
+void fillContext(ExportContext& context, const PipelineRequest& request, const PipelineCallbacks& callbacks,
+                 std::shared_ptr<XmlDocument> document) {
+    context.sourceURL = request.sourceURL;
+    context.outputDirectory = *request.outputDirectory;
+    context.originalFileName =
+        request.originalFileName.empty() ? request.sourceURL.filename().string() : request.originalFileName;
+    context.xmlDocument = std::move(document);
+    context.actionType = request.actionType;
+    context.buffer = request.buffer;
+    context.minSegment = request.minSegment;
+    context.includedRoles = request.includedRoles;
+    context.debugMode = request.debugMode;
+    context.logger = callbacks.logger;
+    context.progressUpdater = callbacks.progressUpdater;
+}
+
+template <class Task, class Context>
+void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context) {
+    for (const std::unique_ptr<Task>& task : tasks) {
+        if (!task->isEnabled) {
+            continue;
+        }
+        context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
+        task->execute(context);
+    }
+}
+
+void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbacks,
+                std::shared_ptr<XmlDocument> document) {
+    ArchiveExportContext context;
+    fillContext(context, request, callbacks, std::move(document));
+    const XmlElement project = context.xmlDocument->first("//project");
+    context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
+    context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
+    runTasks(makeArchiveTaskList(), context);
+    if (callbacks.archiveCompletion) {
+        callbacks.archiveCompletion(context);
+    }
+}
+
+void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
+                      std::shared_ptr<XmlDocument> document) {
+    ExportContext context;
+    fillContext(context, request, callbacks, std::move(document));
+    context.youtubeDescription1 = request.youtubeDescription1;
+    context.youtubeDescription2 = request.youtubeDescription2;
+    context.roleEffectMappings = request.roleEffectMappings;
+    runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
+             context);
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionType, bool exportChapterMarkers,
+                                                      bool exportVideoDescription) {
+    std::vector<std::unique_ptr<ExportTask>> tasks;
+    if (actionType == ExportActionType::colorGrading) {
+        tasks.push_back(std::make_unique<RoleEffectExportTask>("Rollen-Effekte", true));
+        tasks.push_back(std::make_unique<FCPXMLWriteTask>("FCPXML schreiben", true));
+    } else if (actionType == ExportActionType::youtube) {
+        tasks.push_back(std::make_unique<ChapterMarkerExportTask>(
+            "Kapitelmarker", exportChapterMarkers, exportChapterMarkers && exportVideoDescription));
+        tasks.push_back(std::make_unique<VideoDescriptionExportTask>(
+            "Videobeschreibung", exportVideoDescription && !exportChapterMarkers));
+    }
+    return tasks;
+}
+
+std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
+    std::vector<std::unique_ptr<ArchiveExportTask>> tasks;
+    tasks.push_back(std::make_unique<ClipTrimmingExportTask>("Clips schneiden", true));
+    tasks.push_back(std::make_unique<ArchiveBundleWriteTask>("Bundle schreiben", true));
+    return tasks;
+}
+
+void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
+    if (!request.outputDirectory) {
+        throw Error("Processing", 1, "Kein Zielordner ausgewählt");
+    }
+    const FolderAccessScope access(*request.outputDirectory);
+    if (request.actionType == ExportActionType::archiving) {
+        logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
+    }
+    callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
+    std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
+    if (request.actionType == ExportActionType::archiving) {
+        runArchive(request, callbacks, std::move(document));
+    } else {
+        runPreProduction(request, callbacks, std::move(document));
+    }
+}
+
+}  // namespace tidyreel

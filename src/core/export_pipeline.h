@@ -1,0 +1,50 @@
+#pragma once
+
+#include "core/export_task.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tidyreel {
+
+/// The controller's values a run starts from, taken once when the run is started.
+struct PipelineRequest {
+    ExportActionType actionType = ExportActionType::colorGrading;  ///< the workflow to run
+    std::optional<std::filesystem::path> outputDirectory;          ///< the chosen output folder, if any
+    std::filesystem::path sourceURL;                               ///< the FCPXML document to read
+    std::string originalFileName;                                  ///< the chosen file or bundle name
+    double buffer = 10.0;                                          ///< trim handles in seconds
+    double minSegment = 20.0;                                      ///< minimum segment in seconds
+    std::string youtubeDescription1;                               ///< first saved description text
+    std::string youtubeDescription2;                               ///< second saved description text
+    RoleEffectMappings roleEffectMappings;                         ///< effects assigned to roles
+    std::set<std::string> includedRoles;                           ///< roles taken into the archive
+    bool exportChapterMarkers = false;                             ///< description workflow: chapters
+    bool exportVideoDescription = false;                           ///< description workflow: texts
+    bool debugMode = true;                                         ///< tasks write their "DEBUG: " lines
+};
+
+/// Where a run reports to.
+struct PipelineCallbacks {
+    Logger logger;                    ///< appends a log line
+    ProgressUpdater progressUpdater;  ///< reports step progress
+    /// Called after the last archive task, before the closing line (the size report is made here).
+    std::function<void(const ArchiveExportContext&)> archiveCompletion;
+};
+
+/// The fixed task list of the colour grading or description workflow.
+std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionType, bool exportChapterMarkers,
+                                                      bool exportVideoDescription);
+/// The fixed task list of the archive workflow.
+std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
+
+/// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
+/// throws the first failure unchanged (files written before it stay).
+void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks);
+
+}  // namespace tidyreel

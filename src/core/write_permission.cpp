@@ -1,0 +1,37 @@
+#include "core/write_permission.h"
+
+#include "core/error.h"
+#include "core/language.h"
+#include "core/uuid.h"
+#include "platform/file_write.h"
+#include "platform/folder_bookmark.h"
+
+namespace tidyreel {
+
+WritePermission testWritePermission(const std::optional<std::filesystem::path>& outputDirectory) {
+    if (!outputDirectory) {
+        return {false, localized("Kein Zielordner ausgewählt", "No output directory selected")};
+    }
+    const std::filesystem::path testFile = *outputDirectory / (".permission_test_" + newUuid() + ".tmp");
+    const bool granted = beginFolderAccess(*outputDirectory);
+    bool written = true;
+    try {
+        writeFileAtomically(testFile, "permission_test");
+        std::error_code ignored;
+        std::filesystem::remove(testFile, ignored);
+    } catch (const Error&) {
+        written = false;
+    }
+    if (granted) {
+        endFolderAccess(*outputDirectory);
+    }
+    if (written) {
+        return {true, std::nullopt};
+    }
+    return {
+        false,
+        localized("Der gewählte Zielordner kann nicht beschrieben werden. Bitte wähle einen anderen Ordner.",
+                  "Cannot write to selected output directory. Please choose another folder.")};
+}
+
+}  // namespace tidyreel

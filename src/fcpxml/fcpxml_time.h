@@ -1,0 +1,11 @@
+#pragma once
+
+#include "fcpxml/rational.h"
+#include "fcpxml/xml.h"
+
+namespace tidyreel::FCPXMLTime {
+
+/// The time an attribute of `element` holds; a missing or malformed value reads as zero.
+Rational time(XmlElement element, const char* attribute);
+
+}  // namespace tidyreel::FCPXMLTime

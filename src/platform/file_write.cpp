@@ -1,0 +1,31 @@
+#include "platform/file_write.h"
+
+#include "core/language.h"
+
+#include <fmt/format.h>
+#include <QSaveFile>
+
+namespace tidyreel {
+
+void writeFileAtomically(const std::filesystem::path& file, std::string_view bytes) {
+    QSaveFile saveFile(QString::fromStdString(file.string()));
+    const bool written = saveFile.open(QIODevice::WriteOnly) &&
+                         saveFile.write(bytes.data(), static_cast<qint64>(bytes.size())) ==
+                             static_cast<qint64>(bytes.size()) &&
+                         saveFile.commit();
+    if (!written) {
+        const std::string reason = saveFile.errorString().toStdString();
+        saveFile.cancelWriting();
+        throw Error("FileSystem", static_cast<int>(saveFile.error()),
+                    fmt::format("{}: {} ({})",
+                                localized("Datei konnte nicht geschrieben werden", "Could not write file"),
+                                file.string(), reason));
+    }
+}
+
+Error fileSystemError(const std::string& what, const std::filesystem::path& path, std::error_code reason) {
+    return Error("FileSystem", reason.value(),
+                 fmt::format("{}: {} ({})", what, path.string(), reason.message()));
+}
+
+}  // namespace tidyreel

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "core/error.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace tidyreel {
+
+/// Writes `bytes` to `file` through a temporary file renamed into place, so that a failed write never
+/// leaves a half-written file under the final name; replaces an existing file; throws `Error`.
+void writeFileAtomically(const std::filesystem::path& file, std::string_view bytes);
+
+/// An `Error` of the file system domain: what failed, on which path, and the system's reason.
+Error fileSystemError(const std::string& what, const std::filesystem::path& path, std::error_code reason);
+
+}  // namespace tidyreel

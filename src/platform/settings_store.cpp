@@ -1,0 +1,68 @@
+#include "platform/settings_store.h"
+
+#include <QByteArray>
+#include <QSettings>
+
+namespace tidyreel::SettingsStore {
+namespace {
+
+QSettings settings() {
+    return QSettings(QSettings::NativeFormat, QSettings::UserScope, "Tidyreel", "Tidyreel");
+}
+
+std::optional<QVariant> stored(const std::string& key) {
+    const QVariant value = settings().value(QString::fromStdString(key));
+    if (!value.isValid()) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+}  // namespace
+
+std::optional<double> doubleValue(const std::string& key) {
+    const std::optional<QVariant> value = stored(key);
+    if (!value) {
+        return std::nullopt;
+    }
+    bool ok = false;
+    const double number = value->toDouble(&ok);
+    return ok ? std::optional<double>(number) : std::nullopt;
+}
+
+std::optional<bool> boolValue(const std::string& key) {
+    const std::optional<QVariant> value = stored(key);
+    return value ? std::optional<bool>(value->toBool()) : std::nullopt;
+}
+
+std::optional<std::string> stringValue(const std::string& key) {
+    const std::optional<QVariant> value = stored(key);
+    return value ? std::optional<std::string>(value->toString().toStdString()) : std::nullopt;
+}
+
+std::optional<std::string> bytesValue(const std::string& key) {
+    const std::optional<QVariant> value = stored(key);
+    return value ? std::optional<std::string>(value->toByteArray().toStdString()) : std::nullopt;
+}
+
+void setDouble(const std::string& key, double value) {
+    settings().setValue(QString::fromStdString(key), value);
+}
+
+void setBool(const std::string& key, bool value) {
+    settings().setValue(QString::fromStdString(key), value);
+}
+
+void setString(const std::string& key, const std::string& value) {
+    settings().setValue(QString::fromStdString(key), QString::fromStdString(value));
+}
+
+void setBytes(const std::string& key, const std::string& value) {
+    settings().setValue(QString::fromStdString(key), QByteArray::fromStdString(value));
+}
+
+void remove(const std::string& key) {
+    settings().remove(QString::fromStdString(key));
+}
+
+}  // namespace tidyreel::SettingsStore

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tidyreel::test {
+
+/// A fresh temporary folder, removed with everything in it when the object goes away.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+
+    /// The folder.
+    const std::filesystem::path& path() const { return path_; }
+    /// `path() / name`.
+    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Points settings and application data at private temporary folders for the life of the object,
+/// so that tests never read or write the user's real settings.
+class IsolatedUserFolders {
+public:
+    IsolatedUserFolders();
+    ~IsolatedUserFolders();
+
+    /// The folder that stands in for the user's configuration home.
+    std::filesystem::path configHome() const { return folder_ / "config"; }
+    /// The folder that stands in for the user's data home.
+    std::filesystem::path dataHome() const { return folder_ / "data"; }
+
+private:
+    TempFolder folder_;
+    std::string previousConfig_;
+    std::string previousData_;
+};
+
+/// What a finished command printed and how it ended.
+struct CommandResult {
+    int exitStatus = -1;
+    std::string standardOutput;
+    std::string standardError;
+};
+
+/// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits.
+CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders);
+
+/// Writes text to a file, creating its folder.
+void writeTextFile(const std::filesystem::path& file, const std::string& text);
+/// Reads a whole file.
+std::string readTextFile(const std::filesystem::path& file);
+/// A fixture file under tests/fixtures.
+std::filesystem::path fixture(const std::string& name);
+/// The lines of a text, without their line feeds.
+std::vector<std::string> splitLines(const std::string& text);
+/// The log messages of printed log lines ("HH:mm:ss <symbol> <message>" → "<symbol> <message>").
+std::vector<std::string> logMessages(const std::string& printedLog);
+
+}  // namespace tidyreel::test

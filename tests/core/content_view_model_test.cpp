@@ -4,8 +4,8 @@
 #include "core/language.h"
 #include "platform/settings_store.h"
 
-#include <QCoreApplication>
 #include <gtest/gtest.h>
+#include <QCoreApplication>
 
 #include <algorithm>
 
@@ -74,7 +74,7 @@ TEST_F(ControllerSettings, ChangesAreWrittenAtOnceAndReadAtTheNextStart) {
 }
 
 class OutputFolderBookmark : public CoreTest {
-protected:
+  protected:
     test::TempFolder folder;
 };
 
@@ -100,8 +100,9 @@ TEST_F(OutputFolderBookmark, AReplacedFolderIsStaleAndRenewedOnce) {
     std::filesystem::create_directory(output);
 
     ContentViewModel restarted(RunMode::blocking);
-    EXPECT_EQ(messagesOf(restarted.logEntries()),
-              (std::vector<std::string>{"Zielordner-Bookmark veraltet, wird erneuert...", "Tidyreel started"}));
+    EXPECT_EQ(
+        messagesOf(restarted.logEntries()),
+        (std::vector<std::string>{"Zielordner-Bookmark veraltet, wird erneuert...", "Tidyreel started"}));
     EXPECT_EQ(restarted.outputDirectory(), output);
     EXPECT_NE(SettingsStore::bytesValue("outputDirectoryBookmark"), before);
     EXPECT_EQ(messagesOf(ContentViewModel(RunMode::blocking).logEntries()),
@@ -117,18 +118,20 @@ TEST_F(OutputFolderBookmark, AVanishedFolderIsAnErrorLineAndNoFolder) {
     EXPECT_FALSE(restarted.outputDirectory());
     ASSERT_EQ(restarted.logEntries().size(), 2u);
     EXPECT_EQ(restarted.logEntries()[0].type, LogEntryType::error);
-    EXPECT_TRUE(restarted.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+    EXPECT_TRUE(
+        restarted.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
 }
 
 TEST_F(OutputFolderBookmark, GarbageBookmarkDataIsAnErrorLine) {
     SettingsStore::setBytes("outputDirectoryBookmark", "\x01\x02not a bookmark");
     ContentViewModel controller(RunMode::blocking);
     EXPECT_FALSE(controller.outputDirectory());
-    EXPECT_TRUE(controller.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+    EXPECT_TRUE(
+        controller.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
 }
 
 class ControllerFiles : public CoreTest {
-protected:
+  protected:
     test::TempFolder folder;
     ContentViewModel controller{RunMode::blocking};
 };
@@ -184,7 +187,7 @@ TEST_F(ControllerFiles, TheLanguageRuleFollowsTheFirstPreferredLanguage) {
 }
 
 class ControllerRuns : public ControllerFiles {
-protected:
+  protected:
     void load(const std::string& project = test::minimalProject()) {
         test::writeTextFile(folder / "Projekt.fcpxml", project);
         controller.loadFile(folder / "Projekt.fcpxml");
@@ -258,8 +261,9 @@ TEST_F(ControllerRuns, DescriptionWithBothSwitchesOffRunsNoTaskAndSucceeds) {
     controller.chooseOutputFolder(folder.path());
     controller.startVideoDescription();
     const std::vector<std::string> lines = messagesOf(controller.logEntries());
-    EXPECT_TRUE(std::none_of(lines.begin(), lines.end(),
-                             [](const std::string& line) { return line.starts_with("DEBUG: Starte Task: "); }));
+    EXPECT_TRUE(std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.starts_with("DEBUG: Starte Task: ");
+    }));
     EXPECT_EQ(lines.back(), "YouTube-Beschreibung erfolgreich erstellt");
     EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.youtubeDescriptionStatus().value));
 }
@@ -298,7 +302,8 @@ TEST_F(ControllerRuns, ArchivingWithNoRolesNamesNone) {
     ASSERT_NE(started, lines.end());
     EXPECT_EQ(*(started + 1), "Eingeschlossene Rollen: keine");
     EXPECT_EQ(*(started + 2), "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
-    EXPECT_EQ(*(started + 4), "│  startAccessingSecurityScopedResource() → FALSE (kein Scope / bereits aktiv)");
+    EXPECT_EQ(*(started + 4),
+              "│  startAccessingSecurityScopedResource() → FALSE (kein Scope / bereits aktiv)");
     const std::vector<std::filesystem::path> leftovers = filesIn(folder.path());
     EXPECT_TRUE(std::none_of(leftovers.begin(), leftovers.end(), [](const std::filesystem::path& path) {
         return path.filename().string().starts_with(".permission_test_");

@@ -2,8 +2,8 @@
 
 #include "core/language.h"
 
-#include <QSettings>
 #include <gtest/gtest.h>
+#include <QSettings>
 
 namespace tidyreel::test {
 namespace {

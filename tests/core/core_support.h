@@ -13,7 +13,7 @@ namespace tidyreel::test {
 /// Gives each test empty settings and application data in private folders. Qt reads the settings
 /// location once per process, so the folders are set once and the stored keys are cleared per test.
 class CoreTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override;
     void TearDown() override;
 };

@@ -37,7 +37,8 @@ TEST(ExportActionType, RawValuesRoundTripAndNothingElseParses) {
 
 TEST(OutputFileName, DatedNamesCutTheBaseToFifteenCharacters) {
     const TimePoint at = localTime(2025, 3, 5, 14, 7);
-    const ExportContext grading = contextFor(ExportActionType::colorGrading, "My Wedding Film Final Cut.fcpxml");
+    const ExportContext grading =
+        contextFor(ExportActionType::colorGrading, "My Wedding Film Final Cut.fcpxml");
     EXPECT_EQ(grading.outputFileName(at), "250305_1407_cologr_My Wedding Film.fcpxml");
     EXPECT_EQ(grading.fcpxmlOutputURL(at), "/out/250305_1407_cologr_My Wedding Film.fcpxml");
     EXPECT_EQ(contextFor(ExportActionType::archiving, "Trip.fcpxml").outputFileName(at),
@@ -59,10 +60,10 @@ TEST(PrefixCharacters, NeverSplitsACharacter) {
     EXPECT_EQ(prefixCharacters("Hochzeit am See", 15), "Hochzeit am See");
     EXPECT_EQ(prefixCharacters("Übermäßig große Überschrift", 15), "Übermäßig große");
     EXPECT_EQ(prefixCharacters("🎬🎬🎬", 2), "🎬🎬");
-    EXPECT_EQ(prefixCharacters("e\u0301e\u0301e", 2), "e\u0301e\u0301");         // combining accents stay
-    EXPECT_EQ(prefixCharacters("👍🏽x", 1), "👍🏽");                                // skin tone modifier
+    EXPECT_EQ(prefixCharacters("e\u0301e\u0301e", 2), "e\u0301e\u0301");           // combining accents stay
+    EXPECT_EQ(prefixCharacters("👍🏽x", 1), "👍🏽");                       // skin tone modifier
     EXPECT_EQ(prefixCharacters("👨\u200D👩\u200D👧 Familie", 1), "👨\u200D👩\u200D👧");  // joined emoji
-    EXPECT_EQ(prefixCharacters("🇩🇪🇫🇷", 1), "🇩🇪");                                 // flags are pairs
+    EXPECT_EQ(prefixCharacters("🇩🇪🇫🇷", 1), "🇩🇪");                                  // flags are pairs
     EXPECT_EQ(prefixCharacters("ab", 0), "");
     EXPECT_EQ(prefixCharacters("a\xFF\xFE", 2), "a\xFF");  // broken bytes count one each
 }

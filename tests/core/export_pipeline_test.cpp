@@ -55,7 +55,7 @@ TEST(TaskLists, ArchivingTrimsThenWritesTheBundle) {
 }
 
 class PipelineRun : public test::CoreTest {
-protected:
+  protected:
     PipelineCallbacks callbacks() {
         PipelineCallbacks result;
         result.logger = [this](LogEntryType, const std::string& message) { lines.push_back(message); };
@@ -92,11 +92,12 @@ TEST_F(PipelineRun, NoOutputFolderFailsWithProcessingCodeOneAndLogsNothing) {
 }
 
 TEST_F(PipelineRun, AFailingEffectTaskStopsTheRunBeforeAnythingIsWritten) {
-    project = "<fcpxml><library><project name=\"P\"><sequence><spine><clip videoRole=\"V\"/></spine></sequence>"
-              "</project></library></fcpxml>";
+    project =
+        "<fcpxml><library><project name=\"P\"><sequence><spine><clip videoRole=\"V\"/></spine></sequence>"
+        "</project></library></fcpxml>";
     PipelineRequest grading = request(ExportActionType::colorGrading);
-    grading.roleEffectMappings["V"] = EffectReference{"Warm", "~/Effects.localized/Warm.moef", std::nullopt,
-                                                      SourceType::motionTemplate};
+    grading.roleEffectMappings["V"] =
+        EffectReference{"Warm", "~/Effects.localized/Warm.moef", std::nullopt, SourceType::motionTemplate};
     EXPECT_THROW(runExportPipeline(grading, callbacks()), Error);
     EXPECT_TRUE(std::filesystem::is_empty(folder / "out"));
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "DEBUG: Starte Task: FCPXML schreiben"), 0);

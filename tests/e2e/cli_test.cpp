@@ -13,7 +13,7 @@ namespace {
 using test::runTidyreel;
 
 class CommandLine : public ::testing::Test {
-protected:
+  protected:
     std::vector<std::filesystem::path> outputFiles() const {
         std::vector<std::filesystem::path> files;
         if (std::filesystem::exists(output)) {
@@ -35,9 +35,10 @@ TEST_F(CommandLine, RolesListsRolesAndCountsOfARealExport) {
     EXPECT_EQ(result.exitStatus, 0) << result.standardError;
     const std::vector<std::string> lines = test::logMessages(result.standardOutput);
     const std::vector<std::string> expected = {
-        "ℹ️ Tidyreel started",        "ℹ️ Selected: roles_mixed.fcpxml", "ℹ️ Gefunden: 5 Video-Rollen",
-        "ℹ️   → B-Roll: 2 Clips",     "ℹ️   → Compound: 1 Clips",        "ℹ️   → Drone: 2 Clips",
-        "ℹ️   → Interview: 5 Clips",  "ℹ️   → video: 3 Clips"};
+        "ℹ️ Tidyreel started",         "ℹ️ Selected: roles_mixed.fcpxml",
+        "ℹ️ Gefunden: 5 Video-Rollen", "ℹ️   → B-Roll: 2 Clips",
+        "ℹ️   → Compound: 1 Clips",  "ℹ️   → Drone: 2 Clips",
+        "ℹ️   → Interview: 5 Clips", "ℹ️   → video: 3 Clips"};
     EXPECT_EQ(lines, expected);
     for (const std::string& line : test::splitLines(result.standardOutput)) {
         ASSERT_GE(line.size(), 9u);
@@ -95,16 +96,16 @@ TEST_F(CommandLine, BadProjectsFailWithAnErrorLineAndWriteNothing) {
             continue;
         }
         const std::filesystem::path project = folder / (std::string(name) + ".fcpxml");
-        const test::CommandResult result = runTidyreel({"grade", project.string(), "-o", output.string()}, user);
+        const test::CommandResult result =
+            runTidyreel({"grade", project.string(), "-o", output.string()}, user);
         EXPECT_EQ(result.exitStatus, 1) << name;
         const std::vector<std::string> lines = test::logMessages(result.standardOutput);
         ASSERT_FALSE(lines.empty()) << name;
-        EXPECT_TRUE(lines.back().starts_with("❌ Color-Grading fehlgeschlagen: ")) << name << ": " << lines.back();
-        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(),
-                                [](const std::string& line) {
-                                    return line.starts_with("❌ Fehler beim Parsen der Rollen: ");
-                                }))
-            << name;
+        EXPECT_TRUE(lines.back().starts_with("❌ Color-Grading fehlgeschlagen: "))
+            << name << ": " << lines.back();
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.starts_with("❌ Fehler beim Parsen der Rollen: ");
+        })) << name;
         EXPECT_TRUE(outputFiles().empty()) << name;
         const test::CommandResult roles = runTidyreel({"roles", project.string()}, user);
         EXPECT_EQ(roles.exitStatus, 1) << name;

@@ -43,7 +43,8 @@ TEST(VideoRoleRule, TitlesCountOnlyWhenIncluded) {
 
 TEST(VideoRoleRule, OtherElementsHaveNoRole) {
     for (const char* name : {"gap", "spine", "audio", "transition", "marker", "asset"}) {
-        EXPECT_EQ(roleOf(std::string("<") + name + R"( role="X" videoRole="Y"/>)", true), std::nullopt) << name;
+        EXPECT_EQ(roleOf(std::string("<") + name + R"( role="X" videoRole="Y"/>)", true), std::nullopt)
+            << name;
     }
 }
 
@@ -63,7 +64,8 @@ TEST(RoleDiscovery, CountsTimelineBrowserAndResourceClipsSortedByName) {
 }
 
 TEST(RoleDiscovery, MulticamDefinitionClipsCountBesideTheAngleSwitches) {
-    const auto document = XmlDocument::load(test::fixture("TheAcharya__OpenFCPXMLKit__MulticamSampleWithCuts.fcpxml"));
+    const auto document =
+        XmlDocument::load(test::fixture("TheAcharya__OpenFCPXMLKit__MulticamSampleWithCuts.fcpxml"));
     const std::vector<VideoRole> roles = discoverVideoRoles(*document);
     ASSERT_EQ(roles.size(), 1u);
     EXPECT_EQ(roles[0].name, "video");
@@ -76,7 +78,8 @@ TEST(RoleDiscovery, RealExportsWithTitleRolesAndCompoundClips) {
     ASSERT_EQ(listed.size(), 1u);  // the 16 titles carry roles but are never counted
     EXPECT_EQ(listed[0].clipCount, 5);
 
-    const auto compound = XmlDocument::load(test::fixture("TheAcharya__OpenFCPXMLKit__CompoundClipSample.fcpxml"));
+    const auto compound =
+        XmlDocument::load(test::fixture("TheAcharya__OpenFCPXMLKit__CompoundClipSample.fcpxml"));
     const std::vector<VideoRole> compoundRoles = discoverVideoRoles(*compound);
     ASSERT_EQ(compoundRoles.size(), 1u);
     EXPECT_EQ(compoundRoles[0].clipCount, 45);

@@ -91,7 +91,8 @@ TEST(XmlDocumentAccess, ReadsAndEditsAttributesAndChildren) {
 TEST(XmlDocumentSerialize, PrettyOutputIndentsAddedElementsAndKeepsTextRuns) {
     const auto document = XmlDocument::parse(
         "<fcpxml>\n  <clip>\n    <note>a</note>\n  </clip>\n"
-        "  <title><text><text-style ref=\"ts1\">Hallo </text-style> <text-style>Welt</text-style></text></title>\n"
+        "  <title><text><text-style ref=\"ts1\">Hallo </text-style> "
+        "<text-style>Welt</text-style></text></title>\n"
         "</fcpxml>");
     document->first("//clip").appendChild("filter-video").setAttribute("ref", "r9");
     const std::string output = document->serialize(true);

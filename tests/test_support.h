@@ -8,7 +8,7 @@ namespace tidyreel::test {
 
 /// A fresh temporary folder, removed with everything in it when the object goes away.
 class TempFolder {
-  public:
+public:
     TempFolder();
     ~TempFolder();
     TempFolder(const TempFolder&) = delete;
@@ -19,14 +19,14 @@ class TempFolder {
     /// `path() / name`.
     std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
 
-  private:
+private:
     std::filesystem::path path_;
 };
 
 /// Points settings and application data at private temporary folders for the life of the object,
 /// so that tests never read or write the user's real settings.
 class IsolatedUserFolders {
-  public:
+public:
     IsolatedUserFolders();
     ~IsolatedUserFolders();
 
@@ -35,7 +35,7 @@ class IsolatedUserFolders {
     /// The folder that stands in for the user's data home.
     std::filesystem::path dataHome() const { return folder_ / "data"; }
 
-  private:
+private:
     TempFolder folder_;
     std::string previousConfig_;
     std::string previousData_;

@@ -16,13 +16,13 @@ IsolatedUserFolders& programUserFolders() {
 
 }  // namespace
 
-void CoreTest::SetUp() {
+CoreTest::CoreTest() {
     programUserFolders();
     QSettings(QSettings::NativeFormat, QSettings::UserScope, "Tidyreel", "Tidyreel").clear();
     setPreferredLanguages({"de-DE"});
 }
 
-void CoreTest::TearDown() {
+CoreTest::~CoreTest() {
     QSettings(QSettings::NativeFormat, QSettings::UserScope, "Tidyreel", "Tidyreel").clear();
     setPreferredLanguages({});
 }

@@ -11,11 +11,12 @@
 namespace tidyreel::test {
 
 /// Gives each test empty settings and application data in private folders. Qt reads the settings
-/// location once per process, so the folders are set once and the stored keys are cleared per test.
+/// location once per process, so the folders are set once, before any fixture member can touch the
+/// settings, and the stored keys are cleared per test.
 class CoreTest : public ::testing::Test {
-  protected:
-    void SetUp() override;
-    void TearDown() override;
+protected:
+    CoreTest();
+    ~CoreTest() override;
 };
 
 /// The messages of log entries, in order.

@@ -55,7 +55,7 @@ TEST(TaskLists, ArchivingTrimsThenWritesTheBundle) {
 }
 
 class PipelineRun : public test::CoreTest {
-  protected:
+protected:
     PipelineCallbacks callbacks() {
         PipelineCallbacks result;
         result.logger = [this](LogEntryType, const std::string& message) { lines.push_back(message); };

@@ -13,7 +13,7 @@ namespace {
 using test::runTidyreel;
 
 class CommandLine : public ::testing::Test {
-  protected:
+protected:
     std::vector<std::filesystem::path> outputFiles() const {
         std::vector<std::filesystem::path> files;
         if (std::filesystem::exists(output)) {

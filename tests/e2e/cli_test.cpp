@@ -88,10 +88,11 @@ TEST_F(CommandLine, BadProjectsFailWithAnErrorLineAndWriteNothing) {
     test::writeTextFile(folder / "malformed.fcpxml", "<fcpxml><resources></fcpxml>");
     test::writeTextFile(folder / "notxml.fcpxml", "Final Cut Pro project, honest!\n");
     test::writeTextFile(folder / "empty.fcpxml", "");
+    std::filesystem::create_directory(folder / "folder.fcpxml");
     test::writeTextFile(folder / "unreadable.fcpxml", valid);
     std::filesystem::permissions(folder / "unreadable.fcpxml", std::filesystem::perms::none);
     const bool canStillRead = !test::readTextFile(folder / "unreadable.fcpxml").empty();  // running as root
-    for (const char* name : {"truncated", "malformed", "notxml", "empty", "missing", "unreadable"}) {
+    for (const char* name : {"truncated", "malformed", "notxml", "empty", "missing", "folder", "unreadable"}) {
         if (std::string(name) == "unreadable" && canStillRead) {
             continue;
         }

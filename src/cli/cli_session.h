@@ -45,7 +45,9 @@ void addCommonOptions(CLI::App& command, CommonOptions& options);
 
 /// `tidyreel roles PROJECT`: lists the roles and their clip counts.
 void registerRolesCommand(CLI::App& app, int& exitStatus);
-/// `tidyreel grade PROJECT [-o DIR]`: the colour grading workflow.
+/// `tidyreel grade PROJECT [-o DIR] [--effect ROLE=FILE]...`: the colour grading workflow.
 void registerGradeCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel effects [--clear]`: lists (or deletes) the remembered role effect assignments.
+void registerEffectsCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

@@ -1,14 +1,66 @@
 #include "cli/cli_session.h"
 
+#include "core/language.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <iostream>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace tidyreel::cli {
+namespace {
+
+/// One `--effect ROLE=FILE`: the role is everything before the first "=", so a file may contain one.
+std::pair<std::string, std::string> splitAssignment(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::string validateAssignment(const std::string& text) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0 || equals + 1 == text.size()) {
+        return localized("erwartet ROLLE=DATEI, erhalten: ", "expected ROLE=FILE, got: ") + text;
+    }
+    return {};
+}
+
+bool hasRole(const ContentViewModel& controller, const std::string& role) {
+    return std::any_of(controller.videoRoles().begin(), controller.videoRoles().end(),
+                       [&](const VideoRole& candidate) { return candidate.name == role; });
+}
+
+// A drop can only land on a role the project has; a typed role name is checked the same way, so that
+// a typo neither runs without the effect nor replaces the remembered assignments.
+bool rolesExist(const ContentViewModel& controller, const std::vector<std::string>& assignments) {
+    for (const std::string& assignment : assignments) {
+        const std::string role = splitAssignment(assignment).first;
+        if (!hasRole(controller, role)) {
+            std::vector<std::string> names;
+            for (const VideoRole& known : controller.videoRoles()) {
+                names.push_back(known.name);
+            }
+            std::cerr << fmt::format(
+                "{}: {} ({}: {})\n", localized("Unbekannte Rolle", "Unknown role"), role,
+                localized("Rollen im Projekt", "roles in the project"),
+                names.empty() ? localized("keine", "none") : fmt::format("{}", fmt::join(names, ", ")));
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
 
 void registerGradeCommand(CLI::App& app, int& exitStatus) {
     struct Options {
         CommonOptions common;
         std::string project;
         std::string outputDirectory;
+        std::vector<std::string> effects;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command =
@@ -16,6 +68,11 @@ void registerGradeCommand(CLI::App& app, int& exitStatus) {
     command->add_option("PROJECT", options->project, "An .fcpxml file or .fcpxmld bundle")->required();
     command->add_option("-o,--output", options->outputDirectory,
                         "Output folder (remembered; default: the remembered folder)");
+    command
+        ->add_option("--effect", options->effects,
+                     "Assign an effect (.moef or .effectspreset) to a role, remembered for later projects")
+        ->type_name("ROLE=FILE")
+        ->check(CLI::Validator(validateAssignment, "ROLE=FILE"));
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);
@@ -23,9 +80,23 @@ void registerGradeCommand(CLI::App& app, int& exitStatus) {
             exitStatus = exitUsage;
             return;
         }
-        session.controller().loadFile(options->project);
-        session.controller().startColorGrading();
-        exitStatus = CliSession::exitStatusOf(session.controller().colorGradingStatus());
+        ContentViewModel& controller = session.controller();
+        controller.loadFile(options->project);
+        if (controller.xmlDocument() && !options->effects.empty()) {
+            if (!rolesExist(controller, options->effects)) {
+                exitStatus = exitUsage;
+                return;
+            }
+            for (const std::string& assignment : options->effects) {
+                const auto [role, file] = splitAssignment(assignment);
+                if (!controller.assignEffect(role, file)) {
+                    exitStatus = exitWorkflowFailed;
+                    return;
+                }
+            }
+        }
+        controller.startColorGrading();
+        exitStatus = CliSession::exitStatusOf(controller.colorGradingStatus());
     });
 }
 

@@ -2,6 +2,8 @@
 
 #include "core/language.h"
 #include "core/write_permission.h"
+#include "grading/effect_preset_parser.h"
+#include "grading/role_effect_mapping.h"
 #include "platform/folder_bookmark.h"
 #include "platform/settings_store.h"
 
@@ -12,6 +14,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <iostream>
 
 namespace tidyreel {
 namespace {
@@ -53,6 +56,7 @@ std::string joinedRoles(const std::set<std::string>& roles) {
 
 ContentViewModel::ContentViewModel(RunMode runMode) : runMode_(runMode) {
     loadSettings();
+    loadPersistentMappings();
     addLog(LogEntryType::info, "Tidyreel started");
 }
 
@@ -167,6 +171,54 @@ void ContentViewModel::discoverRoles(const std::filesystem::path& url) {
         videoRoles_.clear();
         xmlDocument_.reset();
     }
+}
+
+void ContentViewModel::loadPersistentMappings() {
+    try {
+        persistentEffectMappings_ = RoleEffectMapping::load();
+    } catch (const std::exception&) {
+        // A first launch has no file, and a damaged one must not stop the start: nothing is remembered.
+        persistentEffectMappings_.clear();
+    }
+}
+
+bool ContentViewModel::assignEffect(const std::string& role, const std::filesystem::path& file) {
+    try {
+        const EffectReference reference = EffectPresetParser::parse(file);
+        roleEffectMappings_[role] = reference;
+        addLog(LogEntryType::success, "Effekt zugewiesen: " + role + " → " + reference.name);
+    } catch (const std::exception& error) {
+        addLog(LogEntryType::error, std::string("Effekt konnte nicht gelesen werden: ") + error.what());
+        return false;
+    }
+    savePersistentMappings();
+    notifyChanged();
+    return true;
+}
+
+void ContentViewModel::removeEffect(const std::string& role) {
+    roleEffectMappings_.erase(role);
+    addLog(LogEntryType::info, "Effekt entfernt von: " + role);
+    savePersistentMappings();
+    notifyChanged();
+}
+
+// A failed write stays out of the processing log: the assignments of this session still apply, and
+// the log is about the editor's project. Standard error tells whoever watches the process.
+void ContentViewModel::savePersistentMappings() {
+    try {
+        RoleEffectMapping::save(roleEffectMappings_);
+    } catch (const std::exception& error) {
+        std::cerr << "Tidyreel: role_effects.json: " << error.what() << std::endl;
+    }
+    persistentEffectMappings_ = roleEffectMappings_;
+}
+
+void ContentViewModel::deleteAllEffectMappings() {
+    roleEffectMappings_.clear();
+    savePersistentMappings();
+    addLog(LogEntryType::info, "Alle Effektzuordnungen gelöscht");
+    notifyChanged();
 }
 
 void ContentViewModel::clearFile() {

@@ -35,7 +35,7 @@ public:
         std::function<void()> changed;                                   ///< any other observed state changed
     };
 
-    /// Loads the settings and the output folder, writes the start line.
+    /// Loads the settings, the output folder and the remembered effects, writes the start line.
     explicit ContentViewModel(RunMode runMode = RunMode::background);
     ~ContentViewModel() override;
 
@@ -55,6 +55,16 @@ public:
     void clearFile();
     /// Makes `folder` the output folder and remembers it across restarts.
     void chooseOutputFolder(const std::filesystem::path& folder);
+
+    /// Reads an effect file and assigns it to `role`, as a drop on the role's row does, and remembers
+    /// it; false (with an error line) when the file cannot be read, leaving the role's effect as it was.
+    bool assignEffect(const std::string& role, const std::filesystem::path& file);
+    /// Removes the role's effect and remembers that.
+    void removeEffect(const std::string& role);
+    /// Remembers exactly the current project's assignments for later projects and launches.
+    void savePersistentMappings();
+    /// Forgets every assignment, those of this project and the remembered ones.
+    void deleteAllEffectMappings();
 
     /// Starts the colour grading workflow (nothing happens without a loaded file).
     void startColorGrading();
@@ -105,6 +115,7 @@ public:
 
 private:
     void loadSettings();
+    void loadPersistentMappings();
     void restoreBookmark();
     void saveBookmark();
     void discoverRoles(const std::filesystem::path& url);

@@ -9,6 +9,7 @@ class RoleEffectExportTask : public ExportTask {
 public:
     using ExportTask::ExportTask;
 
+    /// Injects the context's role effects into its document; throws the injector's `Error`.
     void execute(ExportContext& context) const override;
 };
 

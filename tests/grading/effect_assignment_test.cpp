@@ -1,0 +1,186 @@
+// The controller's effect assignment operations and their remembering across projects and launches.
+#include "core/content_view_model.h"
+#include "grading/role_effect_mapping.h"
+#include "grading_support.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tidyreel {
+namespace {
+
+std::string projectWithRoles(const std::vector<std::string>& roles) {
+    std::string clips;
+    for (const std::string& role : roles) {
+        clips += R"(<asset-clip name="clip" videoRole=")" + role + R"("/>)";
+    }
+    return R"(<fcpxml version="1.11"><resources><format id="r1"/></resources><library><event><project name="P">)"
+           R"(<sequence><spine>)" +
+           clips + "</spine></sequence></project></event></library></fcpxml>";
+}
+
+class EffectAssignmentTest : public ::testing::Test {
+  protected:
+    EffectAssignmentTest() {
+        warm_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Warm/Warm.moef");
+        cool_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Cool/Cool.moef");
+        soft_ = test::writePreset(files_ / "Soft.effectspreset", std::string("FxPlug:") + test::kPresetUuid);
+    }
+
+    std::filesystem::path writeProject(const std::string& name, const std::vector<std::string>& roles) {
+        const std::filesystem::path file = files_ / name;
+        test::writeTextFile(file, projectWithRoles(roles));
+        return file;
+    }
+
+    std::filesystem::path mappingsFile() const {
+        return folders_.dataHome() / "Tidyreel" / "role_effects.json";
+    }
+
+    nlohmann::json storedMappings() const {
+        return nlohmann::json::parse(test::readTextFile(mappingsFile()))["mappings"];
+    }
+
+    static std::string lastMessage(const ContentViewModel& controller) {
+        return controller.logEntries().back().message;
+    }
+
+    test::IsolatedUserFolders folders_;
+    test::TempFolder files_;
+    std::filesystem::path warm_, cool_, soft_;
+};
+
+TEST_F(EffectAssignmentTest, StartsWithNothingRememberedOnAFirstLaunch) {
+    ContentViewModel controller(RunMode::blocking);
+    EXPECT_TRUE(controller.persistentEffectMappings().empty());
+    EXPECT_EQ(lastMessage(controller), "Tidyreel started");
+    EXPECT_FALSE(std::filesystem::exists(mappingsFile()));
+}
+
+TEST_F(EffectAssignmentTest, StartsWithNothingRememberedFromADamagedFile) {
+    for (const std::string damaged :
+         {"{not json", R"({"mappings":{"GoPro":{"name":1,"uid":"u","sourceType":"fxPlug"}}})",
+          R"({"mappings":[]})", "\x00\x01"}) {
+        test::writeTextFile(mappingsFile(), damaged);
+        ContentViewModel controller(RunMode::blocking);
+        EXPECT_TRUE(controller.persistentEffectMappings().empty()) << damaged;
+        EXPECT_EQ(controller.logEntries().size(), 1u);
+    }
+}
+
+TEST_F(EffectAssignmentTest, AssignsRemembersAndReplacesAnEffect) {
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro"}));
+
+    EXPECT_TRUE(controller.assignEffect("GoPro", warm_));
+    EXPECT_EQ(lastMessage(controller), "Effekt zugewiesen: GoPro → Warm");
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::success);
+    EXPECT_EQ(storedMappings()["GoPro"]["uid"], "~/Effects.localized/Looks/Warm/Warm.moef");
+
+    EXPECT_TRUE(controller.assignEffect("GoPro", cool_));
+    EXPECT_EQ(storedMappings().size(), 1u);
+    EXPECT_EQ(storedMappings()["GoPro"]["name"], "Cool");
+    EXPECT_EQ(controller.roleEffectMappings().at("GoPro").name, "Cool");
+    EXPECT_EQ(controller.persistentEffectMappings(), controller.roleEffectMappings());
+}
+
+TEST_F(EffectAssignmentTest, KeepsTheAssignmentAndTheFileWhenAnEffectFileCannotBeRead) {
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro"}));
+    controller.assignEffect("GoPro", warm_);
+    const std::string stored = test::readTextFile(mappingsFile());
+    test::writeTextFile(files_ / "Clip.mov", "");
+
+    EXPECT_FALSE(controller.assignEffect("GoPro", files_ / "Clip.mov"));
+    EXPECT_EQ(lastMessage(controller),
+              "Effekt konnte nicht gelesen werden: Nicht unterstütztes Format: .mov");
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
+
+    EXPECT_FALSE(controller.assignEffect("GoPro", files_.path()));
+    EXPECT_FALSE(controller.assignEffect("GoPro", files_ / "gone.effectspreset"));
+    EXPECT_EQ(controller.roleEffectMappings().at("GoPro").name, "Warm");
+    EXPECT_EQ(test::readTextFile(mappingsFile()), stored);
+}
+
+TEST_F(EffectAssignmentTest, RemovesAnEffectAndRewritesTheFileEvenWithoutOne) {
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro", "Interview"}));
+    controller.assignEffect("GoPro", warm_);
+    controller.assignEffect("Interview", soft_);
+
+    controller.removeEffect("GoPro");
+    EXPECT_EQ(lastMessage(controller), "Effekt entfernt von: GoPro");
+    EXPECT_EQ(storedMappings().size(), 1u);
+    EXPECT_FALSE(storedMappings()["Interview"].contains("src"));
+
+    std::filesystem::remove(mappingsFile());
+    controller.removeEffect("GoPro");
+    EXPECT_EQ(lastMessage(controller), "Effekt entfernt von: GoPro");
+    EXPECT_EQ(storedMappings().size(), 1u);
+}
+
+TEST_F(EffectAssignmentTest, AppliesRememberedEffectsToTheNextProjectAndForgetsOthersOnItsFirstChange) {
+    {
+        ContentViewModel controller(RunMode::blocking);
+        controller.loadFile(writeProject("A.fcpxml", {"GoPro", "Drone"}));
+        controller.assignEffect("GoPro", warm_);
+        controller.assignEffect("Drone", soft_);
+    }
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("B.fcpxml", {"GoPro", "Interview"}));
+
+    EXPECT_EQ(lastMessage(controller), "  ↳ Auto-Effekt: GoPro → Warm");
+    EXPECT_EQ(controller.roleEffectMappings().size(), 1u);
+    EXPECT_TRUE(storedMappings().contains("Drone"));
+
+    controller.assignEffect("Interview", soft_);
+    EXPECT_FALSE(storedMappings().contains("Drone"));
+    EXPECT_EQ(storedMappings().size(), 2u);
+    EXPECT_EQ(controller.persistentEffectMappings().count("Drone"), 0u);
+}
+
+TEST_F(EffectAssignmentTest, ClearingTheFileKeepsWhatIsRemembered) {
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro"}));
+    controller.assignEffect("GoPro", warm_);
+    controller.clearFile();
+    EXPECT_TRUE(controller.roleEffectMappings().empty());
+    EXPECT_EQ(controller.persistentEffectMappings().size(), 1u);
+}
+
+TEST_F(EffectAssignmentTest, DeletesAllAssignments) {
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro"}));
+    controller.assignEffect("GoPro", warm_);
+
+    controller.deleteAllEffectMappings();
+
+    EXPECT_EQ(lastMessage(controller), "Alle Effektzuordnungen gelöscht");
+    EXPECT_TRUE(controller.roleEffectMappings().empty());
+    EXPECT_TRUE(controller.persistentEffectMappings().empty());
+    EXPECT_EQ(test::readTextFile(mappingsFile()), R"({"mappings":{}})");
+    controller.loadFile(writeProject("B.fcpxml", {"GoPro"}));
+    EXPECT_TRUE(controller.roleEffectMappings().empty());
+}
+
+TEST_F(EffectAssignmentTest, KeepsWorkingWhenTheApplicationSupportFolderCannotBeWritten) {
+    std::filesystem::remove_all(folders_.dataHome());
+    test::writeTextFile(folders_.dataHome(), "not a folder");
+    ContentViewModel controller(RunMode::blocking);
+    controller.loadFile(writeProject("A.fcpxml", {"GoPro"}));
+
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(controller.assignEffect("GoPro", warm_));
+    const std::string diagnostics = testing::internal::GetCapturedStderr();
+
+    EXPECT_EQ(lastMessage(controller), "Effekt zugewiesen: GoPro → Warm");
+    EXPECT_EQ(controller.persistentEffectMappings().size(), 1u);
+    EXPECT_NE(diagnostics.find("role_effects.json"), std::string::npos) << diagnostics;
+}
+
+}  // namespace
+}  // namespace tidyreel

@@ -1,0 +1,124 @@
+#include "grading/role_effect_mapping.h"
+
+#include "core/error.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace tidyreel {
+namespace {
+
+const EffectReference kWarm{
+    "Warm", "~/Effects.localized/Looks/Warm/Warm.moef",
+    "file:///Users/a/Movies/Motion%20Templates.localized/Effects.localized/Looks/Warm/Warm.moef",
+    SourceType::motionTemplate};
+const EffectReference kSoft{"Soft", "FxPlug:1A2B3C4D-1111-2222-3333-444455556666", std::nullopt,
+                            SourceType::fxPlug};
+
+void expectUndecodable(const std::string& json) {
+    EXPECT_THROW(RoleEffectMapping::decode(json), Error) << json;
+}
+
+TEST(RoleEffectMappingEncoding, WritesCompactJsonAndLeavesOutAnAbsentSource) {
+    const std::string json = RoleEffectMapping::encode({{"GoPro", kWarm}, {"Interview", kSoft}});
+
+    EXPECT_EQ(json.find('\n'), std::string::npos);
+    EXPECT_EQ(json.find(": "), std::string::npos);
+    const nlohmann::json document = nlohmann::json::parse(json);
+    EXPECT_EQ(document.size(), 1u);
+    EXPECT_EQ(
+        document["mappings"]["GoPro"],
+        (nlohmann::json{
+            {"name", "Warm"}, {"uid", kWarm.uid}, {"src", *kWarm.src}, {"sourceType", "motionTemplate"}}));
+    EXPECT_EQ(document["mappings"]["Interview"],
+              (nlohmann::json{{"name", "Soft"}, {"uid", kSoft.uid}, {"sourceType", "fxPlug"}}));
+}
+
+TEST(RoleEffectMappingEncoding, RoundTripsRoleNamesAndReferencesUnchanged) {
+    const RoleEffectMappings mappings{
+        {"B-Roll.cam A", kWarm}, {"Drohne", kSoft}, {"Ünterwasser \"1\"", kWarm}};
+    EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode(mappings)), mappings);
+    EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode({})), RoleEffectMappings{});
+    EXPECT_EQ(RoleEffectMapping::encode({}), R"({"mappings":{}})");
+}
+
+TEST(RoleEffectMappingEncoding, FailsOnTextThatIsNotUtf8) {
+    EXPECT_THROW(RoleEffectMapping::encode({{"Caf\xe9", kSoft}}), Error);
+}
+
+TEST(RoleEffectMappingDecoding, AcceptsAMissingOrNullSourceAndUnknownKeys) {
+    const RoleEffectMappings mappings = RoleEffectMapping::decode(
+        R"({"mappings":{"A":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug"},
+                        "B":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug","src":null,"extra":1}},
+            "version":2})");
+    ASSERT_EQ(mappings.size(), 2u);
+    EXPECT_EQ(mappings.at("A").src, std::nullopt);
+    EXPECT_EQ(mappings.at("B").src, std::nullopt);
+    EXPECT_EQ(mappings.at("A").sourceType, SourceType::fxPlug);
+}
+
+TEST(RoleEffectMappingDecoding, RefusesTheWholeFileWhenOneEntryDoesNotFit) {
+    const std::string good = R"("Good":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug"})";
+    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"uid":"FxPlug:x","sourceType":"fxPlug"}}})");
+    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"name":"Soft","sourceType":"fxPlug"}}})");
+    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"name":"Soft","uid":"FxPlug:x"}}})");
+    expectUndecodable(R"({"mappings":{)" + good +
+                      R"(,"Bad":{"name":"Soft","uid":7,"sourceType":"fxPlug"}}})");
+    expectUndecodable(R"({"mappings":{)" + good +
+                      R"(,"Bad":{"name":"Soft","uid":"x","sourceType":"motion"}}})");
+    expectUndecodable(R"({"mappings":{)" + good +
+                      R"(,"Bad":{"name":"Soft","uid":"x","sourceType":"fxPlug","src":1}}})");
+    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":"Soft"}})");
+}
+
+TEST(RoleEffectMappingDecoding, RefusesFilesThatAreNotAMappingObject) {
+    expectUndecodable("");
+    expectUndecodable("{\"mappings\":{");
+    expectUndecodable("[]");
+    expectUndecodable("{}");
+    expectUndecodable(R"({"mappings":[]})");
+    expectUndecodable(R"({"mappings":null})");
+    expectUndecodable("\xff\xfe garbage");
+}
+
+class RoleEffectMappingFileTest : public ::testing::Test {
+  protected:
+    std::filesystem::path file() const { return folders_.dataHome() / "Tidyreel" / "role_effects.json"; }
+
+    test::IsolatedUserFolders folders_;
+};
+
+TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder) {
+    RoleEffectMapping::save({{"GoPro", kWarm}});
+
+    EXPECT_EQ(RoleEffectMapping::fileURL(), file());
+    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping::encode({{"GoPro", kWarm}}));
+    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"GoPro", kWarm}}));
+
+    RoleEffectMapping::save({{"Interview", kSoft}});
+    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"Interview", kSoft}}));
+}
+
+TEST_F(RoleEffectMappingFileTest, CreatesTheFolderWhenTheLocationIsAskedFor) {
+    std::filesystem::remove_all(folders_.dataHome());
+    RoleEffectMapping::fileURL();
+    EXPECT_TRUE(std::filesystem::is_directory(file().parent_path()));
+}
+
+TEST_F(RoleEffectMappingFileTest, FailsToLoadAMissingOrDamagedFile) {
+    EXPECT_THROW(RoleEffectMapping::load(), Error);
+    test::writeTextFile(file(), R"({"mappings":{"A":{"name":"Soft"}}})");
+    EXPECT_THROW(RoleEffectMapping::load(), Error);
+}
+
+TEST_F(RoleEffectMappingFileTest, FailsToSaveWhenTheFolderCannotBeMade) {
+    std::filesystem::remove_all(folders_.dataHome());
+    test::writeTextFile(folders_.dataHome(), "a file where the data folder should be");
+    EXPECT_THROW(RoleEffectMapping::save({{"GoPro", kWarm}}), Error);
+}
+
+}  // namespace
+}  // namespace tidyreel

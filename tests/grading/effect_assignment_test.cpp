@@ -28,7 +28,7 @@ class EffectAssignmentTest : public ::testing::Test {
     EffectAssignmentTest() {
         warm_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Warm/Warm.moef");
         cool_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Cool/Cool.moef");
-        soft_ = test::writePreset(files_ / "Soft.effectspreset", std::string("FxPlug:") + test::kPresetUuid);
+        soft_ = test::writePreset(files_ / "Soft.effectspreset", test::kFxPlugUid);
     }
 
     std::filesystem::path writeProject(const std::string& name, const std::vector<std::string>& roles) {

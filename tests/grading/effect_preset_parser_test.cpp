@@ -20,6 +20,12 @@ using test::writeMotionTemplate;
 using test::writePreset;
 using namespace std::string_literals;
 
+// The uid read from a preset named `fileName` that holds `content` amid binary noise.
+std::string presetUid(const std::string& content, const std::string& fileName = "Soft.effectspreset") {
+    TempFolder folder;
+    return EffectPresetParser::parse(writePreset(folder / fileName, content)).uid;
+}
+
 // The parse must fail with exactly this kind of `ParseError` and description.
 void expectParseError(const std::filesystem::path& file, ParseError::Kind kind,
                       const std::string& description) {
@@ -125,37 +131,28 @@ TEST(EffectPresetParserPreset, TakesTheFxPlugIdentifierAsFoundWithoutSource) {
     const EffectReference reference = EffectPresetParser::parse(file);
 
     EXPECT_EQ(reference.name, "Soft Skin");
-    EXPECT_EQ(reference.uid, std::string("FxPlug:") + kPresetUuid);
+    EXPECT_EQ(reference.uid, test::kFxPlugUid);
     EXPECT_EQ(reference.src, std::nullopt);
     EXPECT_EQ(reference.sourceType, SourceType::fxPlug);
 }
 
 TEST(EffectPresetParserPreset, AcceptsUpperCaseExtensions) {
-    TempFolder folder;
-    const auto file = writePreset(folder / "Soft.EffectsPreset", std::string("FxPlug:") + kPresetUuid);
-    EXPECT_EQ(EffectPresetParser::parse(file).uid, std::string("FxPlug:") + kPresetUuid);
+    EXPECT_EQ(presetUid(test::kFxPlugUid, "Soft.EffectsPreset"), test::kFxPlugUid);
 }
 
 TEST(EffectPresetParserPreset, SkipsAnFxPlugPrefixWithoutAUuidAndKeepsLooking) {
-    TempFolder folder;
-    const auto file = writePreset(
-        folder / "Soft.effectspreset",
-        std::string("FxPlug:not-a-uuid FxPlug:1A2B3C4D-1111-2222-3333-44445555 FxPlug:") + kPresetUuid);
-    EXPECT_EQ(EffectPresetParser::parse(file).uid, std::string("FxPlug:") + kPresetUuid);
+    EXPECT_EQ(presetUid("FxPlug:not-a-uuid FxPlug:1A2B3C4D-1111-2222-3333-44445555 " + test::kFxPlugUid),
+              test::kFxPlugUid);
 }
 
 TEST(EffectPresetParserPreset, FallsBackToTheFirstUuidAfterEffectId) {
-    TempFolder folder;
-    const auto file =
-        writePreset(folder / "Soft.effectspreset", "<key>effectID</key>\x00\xff<string>{"s + kPresetUuid +
-                                                       "}</string> 99999999-9999-9999-9999-999999999999");
-    EXPECT_EQ(EffectPresetParser::parse(file).uid, std::string("FxPlug:") + kPresetUuid);
+    EXPECT_EQ(presetUid("<key>effectID</key>\x00\xff<string>{"s + kPresetUuid +
+                        "}</string> 99999999-9999-9999-9999-999999999999"),
+              test::kFxPlugUid);
 }
 
 TEST(EffectPresetParserPreset, FindsAUuidThatDirectlyFollowsMoreHexDigits) {
-    TempFolder folder;
-    const auto file = writePreset(folder / "Soft.effectspreset", std::string("effectIDabc") + kPresetUuid);
-    EXPECT_EQ(EffectPresetParser::parse(file).uid, std::string("FxPlug:") + kPresetUuid);
+    EXPECT_EQ(presetUid(std::string("effectIDabc") + kPresetUuid), test::kFxPlugUid);
 }
 
 TEST(EffectPresetParserPreset, IgnoresAUuidThatStandsOnlyBeforeEffectId) {
@@ -182,14 +179,10 @@ TEST(EffectPresetParserPreset, FindsMatchesAcrossTheEndOfAReadPiece) {
     for (const std::size_t before : {piece - 20, piece - 7, piece - 1, piece, 2 * piece - 43}) {
         test::writeTextFile(folder / "Split.effectspreset",
                             std::string(before, '\xee') + "FxPlug:" + kPresetUuid + std::string(100, '\0'));
-        EXPECT_EQ(EffectPresetParser::parse(folder / "Split.effectspreset").uid,
-                  std::string("FxPlug:") + kPresetUuid)
-            << before;
+        EXPECT_EQ(EffectPresetParser::parse(folder / "Split.effectspreset").uid, test::kFxPlugUid) << before;
         test::writeTextFile(folder / "Split.effectspreset", std::string(before, '-') + "effectID" +
                                                                 std::string(piece - 30, '-') + kPresetUuid);
-        EXPECT_EQ(EffectPresetParser::parse(folder / "Split.effectspreset").uid,
-                  std::string("FxPlug:") + kPresetUuid)
-            << before;
+        EXPECT_EQ(EffectPresetParser::parse(folder / "Split.effectspreset").uid, test::kFxPlugUid) << before;
     }
 }
 
@@ -214,7 +207,7 @@ TEST(EffectPresetParserPreset, ReportsFilesThatCannotBeRead) {
 
 TEST(EffectPresetParserPreset, ReportsFilesWithoutReadPermission) {
     TempFolder folder;
-    const auto locked = writePreset(folder / "Locked.effectspreset", std::string("FxPlug:") + kPresetUuid);
+    const auto locked = writePreset(folder / "Locked.effectspreset", test::kFxPlugUid);
     std::filesystem::permissions(locked, std::filesystem::perms::none);
     if (access(locked.c_str(), R_OK) == 0) {
         GTEST_SKIP() << "running with rights that read any file";

@@ -3,6 +3,8 @@
 #include "core/error.h"
 #include "fcpxml/xml.h"
 
+#include "grading_support.h"
+
 #include <gtest/gtest.h>
 
 #include <libxml/tree.h>
@@ -12,13 +14,6 @@
 
 namespace tidyreel {
 namespace {
-
-const EffectReference kWarm{
-    "Warm", "~/Effects.localized/Looks/Warm/Warm.moef",
-    "file:///Users/a/Movies/Motion%20Templates.localized/Effects.localized/Looks/Warm/Warm.moef",
-    SourceType::motionTemplate};
-const EffectReference kSoft{"Soft", "FxPlug:1A2B3C4D-1111-2222-3333-444455556666", std::nullopt,
-                            SourceType::fxPlug};
 
 std::shared_ptr<XmlDocument> project(const std::string& resources, const std::string& spine) {
     return XmlDocument::parse(R"(<?xml version="1.0" encoding="UTF-8"?><fcpxml version="1.11"><resources>)" +
@@ -56,7 +51,7 @@ TEST(EffectInjectorResources, AddsANewEffectAfterTheHighestIdAndFiltersEveryClip
                                <asset-clip ref="r2" name="e" videoRole="GoPro"/>
                                <asset-clip ref="r2" name="f" videoRole="GoPro"/>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(stats.effectsAdded, 1);
     EXPECT_EQ(stats.clipsModified, 5);
@@ -65,8 +60,8 @@ TEST(EffectInjectorResources, AddsANewEffectAfterTheHighestIdAndFiltersEveryClip
     ASSERT_TRUE(effect);
     EXPECT_EQ(effect.nextSibling(), XmlElement());
     EXPECT_EQ(effect.attribute("name"), "Warm");
-    EXPECT_EQ(effect.attribute("uid"), kWarm.uid);
-    EXPECT_EQ(effect.attribute("src"), kWarm.src);
+    EXPECT_EQ(effect.attribute("uid"), test::kWarmTemplate.uid);
+    EXPECT_EQ(effect.attribute("src"), test::kWarmTemplate.src);
     std::vector<std::string> attributeOrder;
     for (xmlAttrPtr attribute = effect.node()->properties; attribute; attribute = attribute->next) {
         attributeOrder.emplace_back(reinterpret_cast<const char*>(attribute->name));
@@ -78,18 +73,19 @@ TEST(EffectInjectorResources, AddsANewEffectAfterTheHighestIdAndFiltersEveryClip
 
 TEST(EffectInjectorResources, AddsAnFxPlugEffectWithoutSource) {
     auto document = project(kFormats, R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", kSoft}});
+    inject(document, {{"Interview", test::kSoftPreset}});
     const XmlElement effect = document->first("//effect[@id='r2']");
     ASSERT_TRUE(effect);
-    EXPECT_EQ(effect.attribute("uid"), kSoft.uid);
+    EXPECT_EQ(effect.attribute("uid"), test::kSoftPreset.uid);
     EXPECT_FALSE(effect.hasAttribute("src"));
 }
 
 TEST(EffectInjectorResources, ReusesAnEffectTheProjectAlreadyHasAndTakesOverItsName) {
-    auto document = project(kFormats + R"(<effect id="r7" name="Old Name" uid=")" + kWarm.uid + R"("/>)",
-                            R"(<asset-clip name="a" videoRole="GoPro"/>)");
+    auto document =
+        project(kFormats + R"(<effect id="r7" name="Old Name" uid=")" + test::kWarmTemplate.uid + R"("/>)",
+                R"(<asset-clip name="a" videoRole="GoPro"/>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(stats.effectsAdded, 0);
     EXPECT_EQ(stats.clipsModified, 1);
@@ -99,18 +95,17 @@ TEST(EffectInjectorResources, ReusesAnEffectTheProjectAlreadyHasAndTakesOverItsN
 }
 
 TEST(EffectInjectorResources, LeavesAReusedEffectWithoutNameWithoutName) {
-    auto document = project(kFormats + R"(<effect id="r3" uid=")" + kSoft.uid + R"("/>)",
+    auto document = project(kFormats + R"(<effect id="r3" uid=")" + test::kSoftPreset.uid + R"("/>)",
                             R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", kSoft}});
+    inject(document, {{"Interview", test::kSoftPreset}});
     EXPECT_FALSE(document->first("//effect[@id='r3']").hasAttribute("name"));
 }
 
 TEST(EffectInjectorResources, ReusesTheLaterOfTwoEffectsWithTheSameUid) {
-    auto document =
-        project(kFormats + R"(<effect id="r2" name="A" uid="FxPlug:1A2B3C4D-1111-2222-3333-444455556666"/>
-                                          <effect id="r3" name="B" uid="FxPlug:1A2B3C4D-1111-2222-3333-444455556666"/>)",
-                R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", kSoft}});
+    auto document = project(kFormats + R"(<effect id="r2" name="A" uid=")" + test::kFxPlugUid +
+                                R"("/><effect id="r3" name="B" uid=")" + test::kFxPlugUid + R"("/>)",
+                            R"(<asset-clip name="a" videoRole="Interview"/>)");
+    inject(document, {{"Interview", test::kSoftPreset}});
     EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r3']"), 1u);
     EXPECT_EQ(document->first("//effect[@id='r2']").attribute("name"), "A");
     EXPECT_EQ(document->first("//effect[@id='r3']").attribute("name"), "Soft");
@@ -121,20 +116,21 @@ TEST(EffectInjectorResources, NumbersOnFromTheHighestWellFormedId) {
         project(R"(<format id="r1"/><asset id="r2"/><asset id="r10"/><asset id="rx"/><asset id="r"/>
                                <asset id="r3b"/><asset id="x99"/><asset id="r99999999999999999999"/>)",
                 R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    inject(document, {{"GoPro", kWarm}});
+    inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_TRUE(document->first("//resources/effect[@id='r11']"));
 }
 
 TEST(EffectInjectorResources, StartsAtR1WithoutNumberedIds) {
     auto document = project(R"(<format id="fmt"/>)", R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    inject(document, {{"GoPro", kWarm}});
+    inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_TRUE(document->first("//resources/effect[@id='r1']"));
 }
 
 TEST(EffectInjectorResources, NumbersNewEffectsInRoleNameOrder) {
     auto document = project(
         kFormats, R"(<asset-clip name="a" videoRole="Zoom"/><asset-clip name="b" videoRole="Aerial"/>)");
-    const InjectionStats stats = inject(document, {{"Zoom", kSoft}, {"Aerial", kWarm}});
+    const InjectionStats stats =
+        inject(document, {{"Zoom", test::kSoftPreset}, {"Aerial", test::kWarmTemplate}});
     EXPECT_EQ(document->first("//effect[@id='r2']").attribute("name"), "Warm");
     EXPECT_EQ(document->first("//effect[@id='r3']").attribute("name"), "Soft");
     EXPECT_EQ(stats.rolesProcessed, (std::vector<std::string>{"Aerial", "Zoom"}));
@@ -143,7 +139,7 @@ TEST(EffectInjectorResources, NumbersNewEffectsInRoleNameOrder) {
 TEST(EffectInjectorResources, GivesTwoRolesSharingANewEffectOneResourceEachAndUsesTheLater) {
     auto document =
         project(kFormats, R"(<asset-clip name="a" videoRole="A"/><asset-clip name="b" videoRole="B"/>)");
-    const InjectionStats stats = inject(document, {{"A", kWarm}, {"B", kWarm}});
+    const InjectionStats stats = inject(document, {{"A", test::kWarmTemplate}, {"B", test::kWarmTemplate}});
     EXPECT_EQ(stats.effectsAdded, 2);
     EXPECT_EQ(count(*document, "//resources/effect"), 2u);
     EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r3']"), 2u);
@@ -151,7 +147,8 @@ TEST(EffectInjectorResources, GivesTwoRolesSharingANewEffectOneResourceEachAndUs
 
 TEST(EffectInjectorResources, KeepsTheResourceOfARoleWithoutClips) {
     auto document = project(kFormats, R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    const InjectionStats stats = inject(document, {{"Drone", kSoft}, {"GoPro", kWarm}});
+    const InjectionStats stats =
+        inject(document, {{"Drone", test::kSoftPreset}, {"GoPro", test::kWarmTemplate}});
     EXPECT_EQ(stats.effectsAdded, 2);
     EXPECT_EQ(stats.clipsModified, 1);
     EXPECT_EQ(stats.rolesProcessed, std::vector<std::string>{"GoPro"});
@@ -160,7 +157,8 @@ TEST(EffectInjectorResources, KeepsTheResourceOfARoleWithoutClips) {
 TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
     auto document = project(kFormats, R"(<asset-clip name="a" role="B-Roll.cam"/><clip name="b"/>
                                          <asset-clip name="c" videoRole="b-roll"/>)");
-    const InjectionStats stats = inject(document, {{"B-Roll", kWarm}, {"video", kSoft}});
+    const InjectionStats stats =
+        inject(document, {{"B-Roll", test::kWarmTemplate}, {"video", test::kSoftPreset}});
     EXPECT_EQ(count(*document, "//asset-clip[@name='a']/filter-video[@name='Warm']"), 1u);
     EXPECT_EQ(count(*document, "//clip[@name='b']/filter-video[@name='Soft']"), 1u);
     EXPECT_EQ(count(*document, "//asset-clip[@name='c']/filter-video"), 0u);
@@ -170,7 +168,7 @@ TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
 TEST(EffectInjectorRoles, NeverFiltersTitlesGapsOrAudio) {
     auto document = project(kFormats, R"(<title name="t" role="GoPro"/><gap name="g" role="GoPro"/>
                                          <audio name="s" role="GoPro"/><caption name="c" role="GoPro"/>)");
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_EQ(stats.clipsModified, 0);
     EXPECT_EQ(count(*document, "//filter-video"), 0u);
 }
@@ -184,7 +182,7 @@ TEST(EffectInjectorWalk, FiltersConnectedClipsStorylinesAndSyncClipContent) {
         <gap name="gap"><video lane="1" name="over gap" role="GoPro"/></gap>
         <sync-clip name="sync" videoRole="GoPro"><asset-clip name="synced" videoRole="GoPro"/></sync-clip>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(stats.clipsModified, 6);
     for (const char* name : {"main", "connected", "in storyline", "over gap", "sync", "synced"}) {
@@ -206,7 +204,7 @@ TEST(EffectInjectorWalk, EntersCompoundAndMulticamClipsOnlyThroughConnectedClips
             <asset-clip lane="2" name="on multicam" videoRole="GoPro"/>
         </mc-clip>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(stats.clipsModified, 4);
     for (const char* name : {"compound", "on compound", "multicam", "on multicam"}) {
@@ -224,7 +222,7 @@ TEST(EffectInjectorWalk, VisitsTheMainSpineOfEveryProjectButNoSequenceInsideACli
             <project name="two"><sequence><spine><asset-clip name="b" videoRole="GoPro"/></spine></sequence></project>
             <asset-clip name="browser clip" videoRole="GoPro"/>
         </event></library></fcpxml>)");
-    const InjectionStats stats = inject(document, {{"GoPro", kWarm}});
+    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_EQ(stats.clipsModified, 2);
     EXPECT_EQ(count(*document, "//asset-clip[@name='browser clip']/filter-video"), 0u);
 }
@@ -234,7 +232,7 @@ TEST(EffectInjectorPlacement, PutsTheFilterAfterOtherVideoFiltersAndBeforeAudioF
         project(kFormats, R"(<asset-clip name="a" videoRole="GoPro"><adjust-transform/>)"
                           R"(<filter-video ref="r9" name="Old"/><!-- note --><filter-audio ref="r8"/>)"
                           R"(<metadata/></asset-clip>)");
-    inject(document, {{"GoPro", kWarm}});
+    inject(document, {{"GoPro", test::kWarmTemplate}});
     const XmlElement clip = document->first("//asset-clip");
     EXPECT_EQ(childNames(clip), (std::vector<std::string>{"adjust-transform", "filter-video", "filter-video",
                                                           "filter-audio", "metadata"}));
@@ -249,7 +247,7 @@ TEST(EffectInjectorPlacement, PutsTheFilterBeforeMetadataOrAtTheEnd) {
         project(kFormats, R"(<asset-clip name="meta" videoRole="GoPro"><marker/><metadata/></asset-clip>
                                          <asset-clip name="empty" videoRole="GoPro"/>
                                          <asset-clip name="markers" videoRole="GoPro"><marker/><keyword/></asset-clip>)");
-    inject(document, {{"GoPro", kWarm}});
+    inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_EQ(childNames(document->first("//asset-clip[@name='meta']")),
               (std::vector<std::string>{"marker", "filter-video", "metadata"}));
     EXPECT_EQ(childNames(document->first("//asset-clip[@name='empty']")),
@@ -260,10 +258,23 @@ TEST(EffectInjectorPlacement, PutsTheFilterBeforeMetadataOrAtTheEnd) {
 
 TEST(EffectInjectorPlacement, AddsTheSameEffectAgainWhenAClipAlreadyHasIt) {
     auto document = project(
-        kFormats + R"(<effect id="r2" name="Warm" uid=")" + kWarm.uid + R"("/>)",
+        kFormats + R"(<effect id="r2" name="Warm" uid=")" + test::kWarmTemplate.uid + R"("/>)",
         R"(<asset-clip name="a" videoRole="GoPro"><filter-video ref="r2" name="Warm"/></asset-clip>)");
-    inject(document, {{"GoPro", kWarm}});
+    inject(document, {{"GoPro", test::kWarmTemplate}});
     EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r2']"), 2u);
+}
+
+// Injecting must fail with the injector's error of `code` and `description`.
+void expectInjectorError(const std::shared_ptr<XmlDocument>& document, int code,
+                         const std::string& description) {
+    try {
+        inject(document, {{"GoPro", test::kWarmTemplate}});
+        ADD_FAILURE() << "injected into a document that has no place for effects";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.domain(), "FCPXMLEffectInjector");
+        EXPECT_EQ(error.code(), code);
+        EXPECT_EQ(error.what(), description);
+    }
 }
 
 TEST(EffectInjectorFailure, FailsWithoutResourcesAndChangesNothing) {
@@ -271,14 +282,7 @@ TEST(EffectInjectorFailure, FailsWithoutResourcesAndChangesNothing) {
         R"(<fcpxml><library><event><project><sequence><spine>)"
         R"(<asset-clip videoRole="GoPro"/></spine></sequence></project></event></library></fcpxml>)");
     const std::string before = document->serialize(false);
-    try {
-        inject(document, {{"GoPro", kWarm}});
-        ADD_FAILURE() << "injected without resources";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.domain(), "FCPXMLEffectInjector");
-        EXPECT_EQ(error.code(), 2);
-        EXPECT_STREQ(error.what(), "Kein <resources>-Element gefunden");
-    }
+    expectInjectorError(document, 2, "Kein <resources>-Element gefunden");
     EXPECT_EQ(document->serialize(false), before);
 }
 
@@ -287,21 +291,14 @@ TEST(EffectInjectorFailure, FailsWithoutRootElement) {
     xmlNodePtr root = xmlDocGetRootElement(document->raw());
     xmlUnlinkNode(root);
     xmlFreeNode(root);
-    try {
-        inject(document, {{"GoPro", kWarm}});
-        ADD_FAILURE() << "injected without a root element";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.domain(), "FCPXMLEffectInjector");
-        EXPECT_EQ(error.code(), 1);
-        EXPECT_STREQ(error.what(), "Kein Root-Element");
-    }
+    expectInjectorError(document, 1, "Kein Root-Element");
 }
 
 TEST(EffectInjectorDiagnostics, ReportsTheEntryPointsAndEachInjection) {
     auto document =
         project(kFormats, R"(<asset-clip name="a" offset="5s" videoRole="GoPro.GoPro-1"/><gap/>)");
     std::vector<std::string> lines;
-    FCPXMLEffectInjector(document, {{"GoPro", kWarm}}, [&](const std::string& line) {
+    FCPXMLEffectInjector(document, {{"GoPro", test::kWarmTemplate}}, [&](const std::string& line) {
         lines.push_back(line);
     }).inject();
     EXPECT_EQ(

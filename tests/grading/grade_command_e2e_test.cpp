@@ -49,7 +49,7 @@ class GradeCommandTest : public ::testing::Test {
         project_ = files_ / "Travel Film.fcpxml";
         std::filesystem::copy_file(test::fixture("grading/two_roles.fcpxml"), project_);
         warm_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Warm/Warm.moef");
-        soft_ = test::writePreset(files_ / "Soft.effectspreset", std::string("FxPlug:") + test::kPresetUuid);
+        soft_ = test::writePreset(files_ / "Soft.effectspreset", test::kFxPlugUid);
     }
 
     test::CommandResult grade(std::vector<std::string> extra) {
@@ -98,7 +98,7 @@ TEST_F(GradeCommandTest, GivesEveryClipOfTwoRolesItsEffect) {
     EXPECT_EQ(warm.attribute("src").value_or("").rfind("file://", 0), 0u);
     const XmlElement soft = written->first("/fcpxml/resources/effect[@id='r9']");
     ASSERT_TRUE(soft);
-    EXPECT_EQ(soft.attribute("uid"), std::string("FxPlug:") + test::kPresetUuid);
+    EXPECT_EQ(soft.attribute("uid"), test::kFxPlugUid);
     EXPECT_FALSE(soft.hasAttribute("src"));
 
     EXPECT_EQ(written->xpath("//filter-video[@ref='r8'][@name='Warm']").size(), 5u);
@@ -235,14 +235,13 @@ TEST_F(GradeCommandTest, ReadsAPresetOfSeveralHundredMegabytes) {
     const test::CommandResult result = grade({"--effect", "Interview=" + large.string()});
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
     EXPECT_EQ(onlyWrittenProject()->first("//resources/effect[@name='Large']").attribute("uid"),
-              std::string("FxPlug:") + test::kPresetUuid);
+              test::kFxPlugUid);
 }
 
 TEST(GradeCommandSamples, GradesARealSyncClipExportByItsRoles) {
     test::IsolatedUserFolders folders;
     test::TempFolder files;
-    const auto soft =
-        test::writePreset(files / "Soft.effectspreset", std::string("FxPlug:") + test::kPresetUuid);
+    const auto soft = test::writePreset(files / "Soft.effectspreset", test::kFxPlugUid);
 
     const test::CommandResult result =
         runTidyreel({"grade", test::fixture("orchetect__DAWFileKit__SyncClip.fcpxml").string(), "-o",

@@ -23,9 +23,6 @@ const std::string kProject =
     R"(<asset-clip name="b" videoRole="GoPro.GoPro-1"/></spine></sequence></project>)"
     R"(</event></library></fcpxml>)";
 
-const EffectReference kSoft{"Soft", "FxPlug:1A2B3C4D-1111-2222-3333-444455556666", std::nullopt,
-                            SourceType::fxPlug};
-
 struct TaskRun {
     ExportContext context;
     std::vector<Line> lines;
@@ -42,7 +39,7 @@ struct TaskRun {
 };
 
 TEST(RoleEffectExportTaskRun, InjectsAndReportsWhatChanged) {
-    TaskRun run(kProject, {{"GoPro", kSoft}});
+    TaskRun run(kProject, {{"GoPro", test::kSoftPreset}});
     run.execute();
     EXPECT_EQ(run.lines, (std::vector<Line>{
                              {LogEntryType::info, "Injiziere Effekte..."},
@@ -66,7 +63,7 @@ TEST(RoleEffectExportTaskRun, SkipsWithoutAssignmentsAndLeavesTheDocumentAlone) 
 }
 
 TEST(RoleEffectExportTaskRun, FailsWithTheInjectorsErrorWithoutResources) {
-    TaskRun run("<fcpxml><library/></fcpxml>", {{"GoPro", kSoft}});
+    TaskRun run("<fcpxml><library/></fcpxml>", {{"GoPro", test::kSoftPreset}});
     EXPECT_THROW(
         {
             try {

@@ -3,6 +3,8 @@
 #include "core/error.h"
 #include "test_support.h"
 
+#include "grading_support.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -11,42 +13,37 @@
 namespace tidyreel {
 namespace {
 
-const EffectReference kWarm{
-    "Warm", "~/Effects.localized/Looks/Warm/Warm.moef",
-    "file:///Users/a/Movies/Motion%20Templates.localized/Effects.localized/Looks/Warm/Warm.moef",
-    SourceType::motionTemplate};
-const EffectReference kSoft{"Soft", "FxPlug:1A2B3C4D-1111-2222-3333-444455556666", std::nullopt,
-                            SourceType::fxPlug};
-
 void expectUndecodable(const std::string& json) {
     EXPECT_THROW(RoleEffectMapping::decode(json), Error) << json;
 }
 
 TEST(RoleEffectMappingEncoding, WritesCompactJsonAndLeavesOutAnAbsentSource) {
-    const std::string json = RoleEffectMapping::encode({{"GoPro", kWarm}, {"Interview", kSoft}});
+    const std::string json =
+        RoleEffectMapping::encode({{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}});
 
     EXPECT_EQ(json.find('\n'), std::string::npos);
     EXPECT_EQ(json.find(": "), std::string::npos);
     const nlohmann::json document = nlohmann::json::parse(json);
     EXPECT_EQ(document.size(), 1u);
-    EXPECT_EQ(
-        document["mappings"]["GoPro"],
-        (nlohmann::json{
-            {"name", "Warm"}, {"uid", kWarm.uid}, {"src", *kWarm.src}, {"sourceType", "motionTemplate"}}));
+    EXPECT_EQ(document["mappings"]["GoPro"], (nlohmann::json{{"name", "Warm"},
+                                                             {"uid", test::kWarmTemplate.uid},
+                                                             {"src", *test::kWarmTemplate.src},
+                                                             {"sourceType", "motionTemplate"}}));
     EXPECT_EQ(document["mappings"]["Interview"],
-              (nlohmann::json{{"name", "Soft"}, {"uid", kSoft.uid}, {"sourceType", "fxPlug"}}));
+              (nlohmann::json{{"name", "Soft"}, {"uid", test::kSoftPreset.uid}, {"sourceType", "fxPlug"}}));
 }
 
 TEST(RoleEffectMappingEncoding, RoundTripsRoleNamesAndReferencesUnchanged) {
-    const RoleEffectMappings mappings{
-        {"B-Roll.cam A", kWarm}, {"Drohne", kSoft}, {"Ünterwasser \"1\"", kWarm}};
+    const RoleEffectMappings mappings{{"B-Roll.cam A", test::kWarmTemplate},
+                                      {"Drohne", test::kSoftPreset},
+                                      {"Ünterwasser \"1\"", test::kWarmTemplate}};
     EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode(mappings)), mappings);
     EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode({})), RoleEffectMappings{});
     EXPECT_EQ(RoleEffectMapping::encode({}), R"({"mappings":{}})");
 }
 
 TEST(RoleEffectMappingEncoding, FailsOnTextThatIsNotUtf8) {
-    EXPECT_THROW(RoleEffectMapping::encode({{"Caf\xe9", kSoft}}), Error);
+    EXPECT_THROW(RoleEffectMapping::encode({{"Caf\xe9", test::kSoftPreset}}), Error);
 }
 
 TEST(RoleEffectMappingDecoding, AcceptsAMissingOrNullSourceAndUnknownKeys) {
@@ -92,14 +89,14 @@ class RoleEffectMappingFileTest : public ::testing::Test {
 };
 
 TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder) {
-    RoleEffectMapping::save({{"GoPro", kWarm}});
+    RoleEffectMapping::save({{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(RoleEffectMapping::fileURL(), file());
-    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping::encode({{"GoPro", kWarm}}));
-    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"GoPro", kWarm}}));
+    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping::encode({{"GoPro", test::kWarmTemplate}}));
+    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"GoPro", test::kWarmTemplate}}));
 
-    RoleEffectMapping::save({{"Interview", kSoft}});
-    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"Interview", kSoft}}));
+    RoleEffectMapping::save({{"Interview", test::kSoftPreset}});
+    EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"Interview", test::kSoftPreset}}));
 }
 
 TEST_F(RoleEffectMappingFileTest, CreatesTheFolderWhenTheLocationIsAskedFor) {
@@ -117,7 +114,7 @@ TEST_F(RoleEffectMappingFileTest, FailsToLoadAMissingOrDamagedFile) {
 TEST_F(RoleEffectMappingFileTest, FailsToSaveWhenTheFolderCannotBeMade) {
     std::filesystem::remove_all(folders_.dataHome());
     test::writeTextFile(folders_.dataHome(), "a file where the data folder should be");
-    EXPECT_THROW(RoleEffectMapping::save({{"GoPro", kWarm}}), Error);
+    EXPECT_THROW(RoleEffectMapping::save({{"GoPro", test::kWarmTemplate}}), Error);
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ void registerGradeCommand(CLI::App& app, int& exitStatus) {
         ->add_option("--effect", options->effects,
                      "Assign an effect (.moef or .effectspreset) to a role, remembered for later projects")
         ->type_name("ROLE=FILE")
-        ->check(CLI::Validator(validateAssignment, "ROLE=FILE"));
+        ->check(CLI::Validator(validateAssignment, ""));
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);

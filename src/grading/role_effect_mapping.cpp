@@ -58,11 +58,11 @@ Json encodeReference(const EffectReference& reference) {
 }  // namespace
 
 RoleEffectMappings RoleEffectMapping::load() {
-    return decode(readFileBytes(fileURL()));
+    return decoded(readFileBytes(fileURL())).mappings;
 }
 
 void RoleEffectMapping::save(const RoleEffectMappings& mappings) {
-    writeFileAtomically(fileURL(), encode(mappings));
+    writeFileAtomically(fileURL(), RoleEffectMapping{mappings}.encoded());
 }
 
 std::filesystem::path RoleEffectMapping::fileURL() {
@@ -72,7 +72,7 @@ std::filesystem::path RoleEffectMapping::fileURL() {
     return folder / kFileName;
 }
 
-std::string RoleEffectMapping::encode(const RoleEffectMappings& mappings) {
+std::string RoleEffectMapping::encoded() const {
     Json roles = Json::object();
     for (const auto& [role, reference] : mappings) {
         roles[role] = encodeReference(reference);
@@ -84,7 +84,7 @@ std::string RoleEffectMapping::encode(const RoleEffectMappings& mappings) {
     }
 }
 
-RoleEffectMappings RoleEffectMapping::decode(std::string_view json) {
+RoleEffectMapping RoleEffectMapping::decoded(std::string_view json) {
     const Json document = Json::parse(json, nullptr, false);
     if (document.is_discarded()) {
         throw malformed("kein gültiges JSON");
@@ -93,11 +93,11 @@ RoleEffectMappings RoleEffectMapping::decode(std::string_view json) {
     if (roles == document.end() || !roles->is_object()) {
         throw malformed("\"mappings\" fehlt oder ist kein Objekt");
     }
-    RoleEffectMappings mappings;
+    RoleEffectMapping mapping;
     for (const auto& [role, entry] : roles->items()) {
-        mappings.emplace(role, decodeReference(entry, role));
+        mapping.mappings.emplace(role, decodeReference(entry, role));
     }
-    return mappings;
+    return mapping;
 }
 
 }  // namespace tidyreel

@@ -21,11 +21,11 @@ struct RoleEffectMapping {
     /// Where the file lives; creates its folder each time, ignoring a failure to do so.
     static std::filesystem::path fileURL();
 
-    /// The file's compact JSON text for `mappings` ("src" left out when absent).
-    static std::string encode(const RoleEffectMappings& mappings);
-    /// The assignments of a file's JSON text; throws `Error` unless every entry has a text "name", "uid"
-    /// and a known "sourceType" (and "src", when present, is a text).
-    static RoleEffectMappings decode(std::string_view json);
+    /// The file's compact JSON text ("src" left out when absent); throws `Error` for text that is not UTF-8.
+    std::string encoded() const;
+    /// The record of a file's JSON text; throws `Error` unless every entry has a text "name", "uid" and a
+    /// known "sourceType" (and "src", when present, is a text).
+    static RoleEffectMapping decoded(std::string_view json);
 };
 
 }  // namespace tidyreel

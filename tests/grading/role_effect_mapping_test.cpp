@@ -14,12 +14,12 @@ namespace tidyreel {
 namespace {
 
 void expectUndecodable(const std::string& json) {
-    EXPECT_THROW(RoleEffectMapping::decode(json), Error) << json;
+    EXPECT_THROW(RoleEffectMapping::decoded(json), Error) << json;
 }
 
 TEST(RoleEffectMappingEncoding, WritesCompactJsonAndLeavesOutAnAbsentSource) {
     const std::string json =
-        RoleEffectMapping::encode({{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}});
+        RoleEffectMapping{{{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}}}.encoded();
 
     EXPECT_EQ(json.find('\n'), std::string::npos);
     EXPECT_EQ(json.find(": "), std::string::npos);
@@ -37,20 +37,22 @@ TEST(RoleEffectMappingEncoding, RoundTripsRoleNamesAndReferencesUnchanged) {
     const RoleEffectMappings mappings{{"B-Roll.cam A", test::kWarmTemplate},
                                       {"Drohne", test::kSoftPreset},
                                       {"Ünterwasser \"1\"", test::kWarmTemplate}};
-    EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode(mappings)), mappings);
-    EXPECT_EQ(RoleEffectMapping::decode(RoleEffectMapping::encode({})), RoleEffectMappings{});
-    EXPECT_EQ(RoleEffectMapping::encode({}), R"({"mappings":{}})");
+    EXPECT_EQ(RoleEffectMapping::decoded(RoleEffectMapping{mappings}.encoded()).mappings, mappings);
+    EXPECT_EQ(RoleEffectMapping::decoded(RoleEffectMapping{{}}.encoded()).mappings, RoleEffectMappings{});
+    EXPECT_EQ(RoleEffectMapping{{}}.encoded(), R"({"mappings":{}})");
 }
 
 TEST(RoleEffectMappingEncoding, FailsOnTextThatIsNotUtf8) {
-    EXPECT_THROW(RoleEffectMapping::encode({{"Caf\xe9", test::kSoftPreset}}), Error);
+    EXPECT_THROW(RoleEffectMapping{{{"Caf\xe9", test::kSoftPreset}}}.encoded(), Error);
 }
 
 TEST(RoleEffectMappingDecoding, AcceptsAMissingOrNullSourceAndUnknownKeys) {
-    const RoleEffectMappings mappings = RoleEffectMapping::decode(
-        R"({"mappings":{"A":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug"},
+    const RoleEffectMappings mappings =
+        RoleEffectMapping::decoded(
+            R"({"mappings":{"A":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug"},
                         "B":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug","src":null,"extra":1}},
-            "version":2})");
+            "version":2})")
+            .mappings;
     ASSERT_EQ(mappings.size(), 2u);
     EXPECT_EQ(mappings.at("A").src, std::nullopt);
     EXPECT_EQ(mappings.at("B").src, std::nullopt);
@@ -92,7 +94,7 @@ TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder
     RoleEffectMapping::save({{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(RoleEffectMapping::fileURL(), file());
-    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping::encode({{"GoPro", test::kWarmTemplate}}));
+    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping{{{"GoPro", test::kWarmTemplate}}}.encoded());
     EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"GoPro", test::kWarmTemplate}}));
 
     RoleEffectMapping::save({{"Interview", test::kSoftPreset}});

@@ -43,7 +43,8 @@ TEST(RoleEffectMappingEncoding, RoundTripsRoleNamesAndReferencesUnchanged) {
 }
 
 TEST(RoleEffectMappingEncoding, FailsOnTextThatIsNotUtf8) {
-    EXPECT_THROW(RoleEffectMapping{{{"Caf\xe9", test::kSoftPreset}}}.encoded(), Error);
+    const RoleEffectMapping mapping{{{"Caf\xe9", test::kSoftPreset}}};
+    EXPECT_THROW(mapping.encoded(), Error);
 }
 
 TEST(RoleEffectMappingDecoding, AcceptsAMissingOrNullSourceAndUnknownKeys) {
@@ -94,7 +95,7 @@ TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder
     RoleEffectMapping::save({{"GoPro", test::kWarmTemplate}});
 
     EXPECT_EQ(RoleEffectMapping::fileURL(), file());
-    EXPECT_EQ(test::readTextFile(file()), RoleEffectMapping{{{"GoPro", test::kWarmTemplate}}}.encoded());
+    EXPECT_EQ(test::readTextFile(file()), (RoleEffectMapping{{{"GoPro", test::kWarmTemplate}}}.encoded()));
     EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"GoPro", test::kWarmTemplate}}));
 
     RoleEffectMapping::save({{"Interview", test::kSoftPreset}});

@@ -60,7 +60,7 @@ Error readFailure(const std::filesystem::path& file, int code) {
 // UUID after the first "effectID". The bytes arrive as windows; in each window only matches that
 // start before `limit` are considered, the rest of the window is seen again at the next window's start.
 class PresetScanner {
-  public:
+public:
     void scan(std::string_view window, std::size_t limit, std::uint64_t windowStart) {
         findFxPlugUid(window, limit);
         findEffectIdMarker(window, limit, windowStart);
@@ -81,7 +81,7 @@ class PresetScanner {
         return std::nullopt;
     }
 
-  private:
+private:
     void findFxPlugUid(std::string_view window, std::size_t limit) {
         for (std::size_t position = window.find(kFxPlugPrefix); position < limit;
              position = window.find(kFxPlugPrefix, position + 1)) {

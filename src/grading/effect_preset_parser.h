@@ -10,7 +10,7 @@ namespace tidyreel {
 
 /// Why an effect file could not be turned into an effect reference.
 class ParseError : public Error {
-  public:
+public:
     /// The three ways reading an effect file can fail.
     enum class Kind { unsupportedFormat, missingData, readError };
 
@@ -26,7 +26,7 @@ class ParseError : public Error {
     /// The text the failure carries (extension, missing item or message).
     const std::string& detail() const noexcept { return detail_; }
 
-  private:
+private:
     ParseError(Kind kind, std::string detail, const std::string& description);
 
     Kind kind_;

@@ -25,7 +25,7 @@ using InjectionDiagnostics = std::function<void(const std::string&)>;
 /// on every timeline clip whose main video role has an effect. Roles are processed in name order, so
 /// that the ids of new resources do not depend on anything but the document and the assignments.
 class FCPXMLEffectInjector {
-  public:
+public:
     /// An injector for `document` (changed in place) and the role → effect `mapping`; `diagnostics`
     /// hears what the walk scans and injects (nothing when empty).
     FCPXMLEffectInjector(std::shared_ptr<XmlDocument> document, RoleEffectMappings mapping,
@@ -35,7 +35,7 @@ class FCPXMLEffectInjector {
     /// element, code 2 without a `resources` element) before changing anything.
     InjectionStats inject();
 
-  private:
+private:
     std::map<std::string, std::string> ensureEffectResources(XmlElement resources, InjectionStats& stats);
     std::vector<XmlElement> timelineSpines() const;
     int injectIntoClips(XmlElement element, const std::string& role, const std::string& id,

@@ -24,7 +24,7 @@ std::string projectWithRoles(const std::vector<std::string>& roles) {
 }
 
 class EffectAssignmentTest : public ::testing::Test {
-  protected:
+protected:
     EffectAssignmentTest() {
         warm_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Warm/Warm.moef");
         cool_ = test::writeMotionTemplate(test::motionEffectsFolder(files_.path()), "Looks/Cool/Cool.moef");

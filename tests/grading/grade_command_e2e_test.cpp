@@ -44,7 +44,7 @@ std::vector<std::string> roleLines(const std::filesystem::path& project,
 }
 
 class GradeCommandTest : public ::testing::Test {
-  protected:
+protected:
     GradeCommandTest() {
         project_ = files_ / "Travel Film.fcpxml";
         std::filesystem::copy_file(test::fixture("grading/two_roles.fcpxml"), project_);

@@ -85,7 +85,7 @@ TEST(RoleEffectMappingDecoding, RefusesFilesThatAreNotAMappingObject) {
 }
 
 class RoleEffectMappingFileTest : public ::testing::Test {
-  protected:
+protected:
     std::filesystem::path file() const { return folders_.dataHome() / "Tidyreel" / "role_effects.json"; }
 
     test::IsolatedUserFolders folders_;

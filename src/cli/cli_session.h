@@ -47,5 +47,8 @@ void addCommonOptions(CLI::App& command, CommonOptions& options);
 void registerRolesCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel grade PROJECT [-o DIR]`: the colour grading workflow.
 void registerGradeCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel describe PROJECT [-o DIR] [--chapters] [--descriptions] [--description1 TEXT] [--description2
+/// TEXT]`.
+void registerDescribeCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

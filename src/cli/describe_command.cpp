@@ -9,9 +9,7 @@ namespace tidyreel::cli {
 namespace {
 
 struct DescribeOptions {
-    CommonOptions common;
-    std::string project;
-    std::string outputDirectory;
+    WorkflowOptions workflow;
     bool chapters = false;
     bool descriptions = false;
     std::string description1;
@@ -57,9 +55,7 @@ void registerDescribeCommand(CLI::App& app, int& exitStatus) {
     auto options = std::make_shared<DescribeOptions>();
     CLI::App* command = app.add_subcommand(
         "describe", "Video description: write the chapter list and description texts for the upload");
-    command->add_option("PROJECT", options->project, "An .fcpxml file or .fcpxmld bundle")->required();
-    command->add_option("-o,--output", options->outputDirectory,
-                        "Output folder (remembered; default: the remembered folder)");
+    addWorkflowOptions(*command, options->workflow);
     command->add_flag("--chapters", options->chapters,
                       "Write the chapter list (with --descriptions: around the texts); remembered");
     command->add_flag("--descriptions", options->descriptions,
@@ -69,17 +65,16 @@ void registerDescribeCommand(CLI::App& app, int& exitStatus) {
         "--description1", options->description1, "First description text (saved; default: the saved text)");
     options->description2Option = command->add_option(
         "--description2", options->description2, "Second description text (saved; default: the saved text)");
-    addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
-        CliSession session(options->common);
-        if (!options->outputDirectory.empty() && !session.chooseOutputFolder(options->outputDirectory)) {
+        CliSession session(options->workflow.common);
+        if (!session.applyOutputOption(options->workflow.outputDirectory)) {
             exitStatus = exitUsage;
             return;
         }
         ContentViewModel& controller = session.controller();
         applySwitches(controller, *options);
         applyDescriptionTexts(controller, *options);
-        controller.loadFile(options->project);
+        controller.loadFile(options->workflow.project);
         controller.startVideoDescription();
         exitStatus = CliSession::exitStatusOf(controller.youtubeDescriptionStatus());
     });

@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdint>
 
 namespace tidyreel {
@@ -12,6 +13,7 @@ namespace {
 
 constexpr std::size_t minimumChapterCount = 3;
 constexpr std::uint64_t minimumChapterSeconds = 10;
+constexpr std::size_t namedOffenderCount = 5;
 
 std::string warning(const std::string& rule) {
     return "⚠️ " +
@@ -29,6 +31,21 @@ std::string quotedChapters(const std::vector<ChapterMarker>& markers) {
     std::string list;
     for (const ChapterMarker& marker : markers) {
         list += (list.empty() ? "" : ", ") + quotedChapter(marker);
+    }
+    return list;
+}
+
+// The first few offenders and how many more there are: a project full of subclip markers must not
+// turn the warning into a line of thousands of chapters.
+std::string namedExamples(const std::vector<std::string>& offenders) {
+    const std::size_t shown = std::min(offenders.size(), namedOffenderCount);
+    std::string list;
+    for (std::size_t i = 0; i < shown; ++i) {
+        list += (i == 0 ? "" : ", ") + offenders[i];
+    }
+    if (offenders.size() > shown) {
+        const std::size_t more = offenders.size() - shown;
+        list += localized(fmt::format(" und {} weitere", more), fmt::format(" and {} more", more));
     }
     return list;
 }
@@ -63,7 +80,7 @@ std::optional<std::string> chapterCountWarning(const std::vector<ChapterMarker>&
 // the last chapter ends with the video, which is the same test as with its exact length.
 std::optional<std::string> chapterLengthWarning(const std::vector<ChapterMarker>& markers,
                                                 std::optional<Fraction> videoDuration) {
-    std::string tooShort;
+    std::vector<std::string> tooShort;
     for (std::size_t i = 0; i < markers.size(); ++i) {
         const bool isLast = i + 1 == markers.size();
         if (isLast && !videoDuration) {
@@ -72,17 +89,17 @@ std::optional<std::string> chapterLengthWarning(const std::vector<ChapterMarker>
         const std::int64_t end = chapterSeconds(isLast ? *videoDuration : markers[i + 1].offset);
         const std::uint64_t length = secondsBetween(chapterSeconds(markers[i].offset), end);
         if (length < minimumChapterSeconds) {
-            tooShort +=
-                fmt::format("{}{} ({} s)", tooShort.empty() ? "" : ", ", quotedChapter(markers[i]), length);
+            tooShort.push_back(fmt::format("{} ({} s)", quotedChapter(markers[i]), length));
         }
     }
     if (tooShort.empty()) {
         return std::nullopt;
     }
+    const std::string named = namedExamples(tooShort);
     return warning(localized(fmt::format("Jedes Kapitel muss mindestens {} Sekunden dauern, zu kurz: {}",
-                                         minimumChapterSeconds, tooShort),
+                                         minimumChapterSeconds, named),
                              fmt::format("every chapter must last at least {} seconds, too short: {}",
-                                         minimumChapterSeconds, tooShort)));
+                                         minimumChapterSeconds, named)));
 }
 
 }  // namespace

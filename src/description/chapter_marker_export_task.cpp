@@ -9,6 +9,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace tidyreel {
 namespace {
 
@@ -24,12 +26,8 @@ struct Surroundings {
         return !trimmedWhitespace(firstHeader).empty() || !trimmedWhitespace(secondHeader).empty();
     }
     bool hasDescriptions() const {
-        for (const std::string& description : descriptions) {
-            if (!trimmedWhitespace(description).empty()) {
-                return true;
-            }
-        }
-        return false;
+        return std::ranges::any_of(descriptions,
+                                   [](const std::string& text) { return !trimmedWhitespace(text).empty(); });
     }
 };
 
@@ -58,6 +56,36 @@ void logExportContents(const ExportContext& context, std::size_t markerCount,
     context.log(LogEntryType::info, "  → Beschreibungen: " + checkMark(surroundings.hasDescriptions()));
 }
 
+// Chapters alone leave out the titles and descriptions, even when the project and settings have them.
+Surroundings surroundingsOf(const ExportContext& context, bool includeDescriptions) {
+    if (!includeDescriptions) {
+        return {};
+    }
+    return {
+        context.quillt1Text, context.quillt2Text, {context.youtubeDescription1, context.youtubeDescription2}};
+}
+
+void logExported(const ExportContext& context, std::size_t markerCount,
+                 const std::vector<std::filesystem::path>& files, bool includeDescriptions) {
+    if (includeDescriptions) {
+        context.log(LogEntryType::success, fmt::format("✓ {} Kapitel + Videobeschreibungen exportiert: {}",
+                                                       markerCount, joinedFileNames(files)));
+        context.log(LogEntryType::info, "  Format: QUILLT → Kapitel → Videobeschreibung");
+    } else {
+        context.log(LogEntryType::success,
+                    fmt::format("✓ {} Kapitel exportiert: {}", markerCount, joinedFileNames(files)));
+        context.log(LogEntryType::info, "  Format: QUILLT → Kapitel");
+    }
+}
+
+// The files are written as they are; the editor learns here what the platform will make of them.
+void warnAboutChapterList(const ExportContext& context, const std::vector<ChapterMarker>& markers) {
+    for (const std::string& warning :
+         chapterListWarnings(markers, projectTimelineDuration(*context.xmlDocument))) {
+        context.log(LogEntryType::warning, warning);
+    }
+}
+
 }  // namespace
 
 void ChapterMarkerExportTask::execute(ExportContext& context) const {
@@ -71,13 +99,8 @@ void ChapterMarkerExportTask::execute(ExportContext& context) const {
     if (context.debugMode) {
         logFoundMarkers(context, markers);
     }
-    Surroundings surroundings;
-    if (includeDescriptions) {
-        surroundings = {context.quillt1Text,
-                        context.quillt2Text,
-                        {context.youtubeDescription1, context.youtubeDescription2}};
-        logDescriptionPreviews(context, surroundings.descriptions);
-    }
+    const Surroundings surroundings = surroundingsOf(context, includeDescriptions);
+    logDescriptionPreviews(context, surroundings.descriptions);
     if (markers.empty() && !surroundings.hasTitles() && !surroundings.hasDescriptions()) {
         context.log(LogEntryType::info, "  (Keine Kapitelmarker, QUILLT-Texte oder Beschreibungen gefunden)");
         return;
@@ -89,20 +112,9 @@ void ChapterMarkerExportTask::execute(ExportContext& context) const {
     logBaseURL(context, base);
     const std::vector<std::filesystem::path> files = writeDescriptionFiles(
         surroundings.firstHeader, surroundings.secondHeader, markers, surroundings.descriptions, base);
-    if (includeDescriptions) {
-        context.log(LogEntryType::success, fmt::format("✓ {} Kapitel + Videobeschreibungen exportiert: {}",
-                                                       markers.size(), joinedFileNames(files)));
-        context.log(LogEntryType::info, "  Format: QUILLT → Kapitel → Videobeschreibung");
-    } else {
-        context.log(LogEntryType::success,
-                    fmt::format("✓ {} Kapitel exportiert: {}", markers.size(), joinedFileNames(files)));
-        context.log(LogEntryType::info, "  Format: QUILLT → Kapitel");
-    }
+    logExported(context, markers.size(), files, includeDescriptions);
     logWrittenFiles(context, files);
-    for (const std::string& warning :
-         chapterListWarnings(markers, projectTimelineDuration(*context.xmlDocument))) {
-        context.log(LogEntryType::warning, warning);
-    }
+    warnAboutChapterList(context, markers);
 }
 
 }  // namespace tidyreel

@@ -54,6 +54,18 @@ TEST_F(ChapterListCheck, MeasuresChapterLengthsBetweenTheWrittenSeconds) {
     EXPECT_EQ(chapterListWarnings(markers, std::nullopt).size(), 1u);
 }
 
+TEST_F(ChapterListCheck, NamesTheFirstFiveTooShortChaptersAndCountsTheRest) {
+    std::vector<ChapterMarker> markers;
+    for (int i = 0; i < 8; ++i) {
+        markers.push_back({std::string(1, static_cast<char>('A' + i)), Fraction(i)});
+    }
+    EXPECT_EQ(chapterListWarnings(markers, Fraction(100)),
+              std::vector<std::string>{
+                  prefix + "every chapter must last at least 10 seconds, too short: \"00:00:00 A\" (1 s), "
+                           "\"00:00:01 B\" (1 s), \"00:00:02 C\" (1 s), \"00:00:03 D\" (1 s), "
+                           "\"00:00:04 E\" (1 s) and 2 more"});
+}
+
 TEST_F(ChapterListCheck, GivesOneLinePerBrokenRuleInGermanToo) {
     setPreferredLanguages({"de-AT"});
     const std::vector<ChapterMarker> markers = {{"Start", Fraction(5)}, {"Start", Fraction(5)}};
@@ -62,7 +74,8 @@ TEST_F(ChapterListCheck, GivesOneLinePerBrokenRuleInGermanToo) {
         (std::vector<std::string>{
             "⚠️ YouTube erkennt die Kapitel nicht: Das erste Kapitel muss bei 00:00 beginnen, "
             "„00:00:05 Start“ beginnt später",
-            "⚠️ YouTube erkennt die Kapitel nicht: Es sind mindestens 3 Kapitel nötig, die Liste hat nur "
+            "⚠️ YouTube erkennt die Kapitel nicht: Es sind mindestens 3 Kapitel nötig, die Liste hat "
+            "nur "
             "2: "
             "„00:00:05 Start“, „00:00:05 Start“",
             "⚠️ YouTube erkennt die Kapitel nicht: Jedes Kapitel muss mindestens 10 Sekunden dauern, zu "

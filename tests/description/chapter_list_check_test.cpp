@@ -10,7 +10,7 @@ namespace tidyreel {
 namespace {
 
 class ChapterListCheck : public testing::Test {
-  protected:
+protected:
     void SetUp() override { setPreferredLanguages({"en-GB"}); }
 };
 

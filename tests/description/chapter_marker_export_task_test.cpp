@@ -42,7 +42,7 @@ void setDescriptionInputs(ExportContext& context) {
 }
 
 class ChapterMarkerExportTaskTest : public testing::Test {
-  protected:
+protected:
     void SetUp() override { setPreferredLanguages({"de-DE"}); }
 
     TempFolder folder;

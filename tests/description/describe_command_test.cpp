@@ -27,7 +27,7 @@ std::vector<std::string> filesIn(const std::filesystem::path& folder) {
 }
 
 class DescribeCommand : public testing::Test {
-  protected:
+protected:
     void SetUp() override { std::filesystem::copy_file(fixture("description_tour.fcpxml"), project); }
 
     CommandResult describe(std::vector<std::string> arguments) {

@@ -27,7 +27,7 @@ std::string projectXml(const std::string& spine, const std::string& resources = 
 
 /// A description-workflow context over a freshly parsed document that records every log line.
 class RecordingContext {
-  public:
+public:
     RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,
                      const std::string& originalFileName = "Projekt.fcpxml");
     RecordingContext(const RecordingContext&) = delete;
@@ -40,7 +40,7 @@ class RecordingContext {
     /// The logged messages, in order.
     std::vector<std::string> messages() const;
 
-  private:
+private:
     ExportContext context_;
     std::vector<std::pair<LogEntryType, std::string>> lines_;
 };

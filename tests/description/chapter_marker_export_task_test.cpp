@@ -133,12 +133,6 @@ TEST_F(ChapterMarkerExportTaskTest, WritesNothingWhenThereIsNothingToExport) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
-TEST_F(ChapterMarkerExportTaskTest, ListsFiveMarkersAsThreeAndACount) {
-    RecordingContext run(projectWithChapters(5), folder.path());
-    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
-    EXPECT_EQ(run.messages()[6], "  → ... und 2 weitere");
-}
-
 TEST_F(ChapterMarkerExportTaskTest, ShortensLongDescriptionsInTheDebugLines) {
     RecordingContext run(projectWithChapters(1), folder.path());
     run.context().youtubeDescription1 = std::string(50, 'x') + "ü";

@@ -58,8 +58,7 @@ void addWorkflowOptions(CLI::App& command, WorkflowOptions& options);
 void registerRolesCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel grade PROJECT [-o DIR]`: the colour grading workflow.
 void registerGradeCommand(CLI::App& app, int& exitStatus);
-/// `tidyreel describe PROJECT [-o DIR] [--chapters] [--descriptions] [--description1 TEXT] [--description2
-/// TEXT]`.
+/// `tidyreel describe PROJECT [-o DIR] [--chapters] [--descriptions] [--description1/2 TEXT]`: descriptions.
 void registerDescribeCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

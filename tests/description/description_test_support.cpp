@@ -2,33 +2,24 @@
 
 #include "fcpxml/xml.h"
 
+#include <fmt/format.h>
+
 namespace tidyreel::test {
 
 std::string projectXml(const std::string& spine, const std::string& resources,
                        const std::string& sequenceAttributes) {
-    return R"(<?xml version="1.0" encoding="UTF-8"?>
+    return fmt::format(R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE fcpxml>
 <fcpxml version="1.11">
-  <resources>
-    <format id="r1" name="FFVideoFormat1080p25" frameDuration="1/25s" width="1920" height="1080"/>
-)" + resources +
-           R"(
-  </resources>
-  <library>
-    <event name="Event">
-      <project name="Projekt">
-        <sequence format="r1" )" +
-           sequenceAttributes + R"(>
-          <spine>
-)" + spine +
-           R"(
-          </spine>
-        </sequence>
-      </project>
-    </event>
-  </library>
+  <resources><format id="r1" frameDuration="1/25s" width="1920" height="1080"/>{}</resources>
+  <library><event name="Event"><project name="Projekt">
+    <sequence format="r1" {}>
+      <spine>{}</spine>
+    </sequence>
+  </project></event></library>
 </fcpxml>
-)";
+)",
+                       resources, sequenceAttributes, spine);
 }
 
 RecordingContext::RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,

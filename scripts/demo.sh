@@ -20,5 +20,9 @@ echo
 echo "== Colour grading run"
 "$tidyreel" grade "$project" -o "$demo/output" --lang en
 echo
+echo "== Video description run"
+"$tidyreel" describe "$project" -o "$demo/output" --chapters --descriptions --lang en \
+    --description1 "Mehr Filme auf example.org" --description2 "More films on example.org"
+echo
 echo "Written to $demo/output:"
 ls -1 "$demo/output"

@@ -75,4 +75,11 @@ void addCommonOptions(CLI::App& command, CommonOptions& options) {
         ->check(CLI::IsMember({"de", "en"}));
 }
 
+void addWorkflowOptions(CLI::App& command, WorkflowOptions& options) {
+    command.add_option("PROJECT", options.project, "An .fcpxml file or .fcpxmld bundle")->required();
+    command.add_option("-o,--output", options.outputDirectory,
+                       "Output folder (remembered; default: the remembered folder)");
+    addCommonOptions(command, options.common);
+}
+
 }  // namespace tidyreel::cli

@@ -28,6 +28,8 @@ public:
     /// Makes `folder` the output folder as the folder panel would (creating it when missing);
     /// false, with a message on standard error, when that is impossible.
     bool chooseOutputFolder(const std::filesystem::path& folder);
+    /// Applies the `-o` option: chooses `folder` when one is given; false when it cannot be made.
+    bool applyOutputOption(const std::string& folder) { return folder.empty() || chooseOutputFolder(folder); }
     /// 0 when the status is a success, 1 when the workflow failed.
     static int exitStatusOf(const ActionStatus& status);
 
@@ -40,8 +42,17 @@ private:
     bool progressLineOpen_ = false;
 };
 
+/// What every workflow command takes: the project, the output folder and the common options.
+struct WorkflowOptions {
+    CommonOptions common;         ///< `--lang`
+    std::string project;          ///< PROJECT: an .fcpxml file or .fcpxmld bundle
+    std::string outputDirectory;  ///< `-o`; empty: the remembered folder
+};
+
 /// Adds the `--lang` option to a command.
 void addCommonOptions(CLI::App& command, CommonOptions& options);
+/// Adds PROJECT, `-o,--output` and the common options to a workflow command.
+void addWorkflowOptions(CLI::App& command, WorkflowOptions& options);
 
 /// `tidyreel roles PROJECT`: lists the roles and their clip counts.
 void registerRolesCommand(CLI::App& app, int& exitStatus);
@@ -49,5 +60,7 @@ void registerRolesCommand(CLI::App& app, int& exitStatus);
 void registerGradeCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel effects [--clear]`: lists (or deletes) the remembered role effect assignments.
 void registerEffectsCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel describe PROJECT [-o DIR] [--chapters] [--descriptions] [--description1/2 TEXT]`: descriptions.
+void registerDescribeCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

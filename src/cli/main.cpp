@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
     tidyreel::cli::registerRolesCommand(app, exitStatus);
     tidyreel::cli::registerGradeCommand(app, exitStatus);
     tidyreel::cli::registerEffectsCommand(app, exitStatus);
+    tidyreel::cli::registerDescribeCommand(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

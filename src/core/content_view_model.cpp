@@ -132,7 +132,9 @@ void ContentViewModel::saveBookmark() {
     }
 }
 
-void ContentViewModel::loadFile(const std::filesystem::path& url) {
+void ContentViewModel::loadFile(const std::filesystem::path& chosen) {
+    // A bundle is a folder, and shells complete folder names with a trailing slash.
+    const std::filesystem::path url = chosen.has_filename() ? chosen : chosen.parent_path();
     const bool isBundle = lowercased(url.extension().string()) == ".fcpxmld";
     const std::filesystem::path documentURL = isBundle ? url / "Info.fcpxml" : url;
     selectedFileURL_ = documentURL;

@@ -5,6 +5,7 @@
 #include "core/error.h"
 #include "core/language.h"
 #include "description/chapter_marker_export_task.h"
+#include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
 #include "fcpxml/fcpxml_write_task.h"
 #include "fcpxml/xml.h"
@@ -83,11 +84,13 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
 }
 
 void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
-                      std::shared_ptr<XmlDocument> document) {
+                      std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
     fillContext(context, request, callbacks, std::move(document));
     context.youtubeDescription1 = request.youtubeDescription1;
     context.youtubeDescription2 = request.youtubeDescription2;
+    context.quillt1Text = titleTexts.first;
+    context.quillt2Text = titleTexts.second;
     context.roleEffectMappings = request.roleEffectMappings;
     runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
              context);
@@ -127,10 +130,17 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
     std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
+    // Every run reads the title texts, so the log shows them whichever workflow runs.
+    const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
+    if (request.debugMode) {
+        for (const std::string& line : titleTextDebugLines(titleTexts)) {
+            callbacks.logger(LogEntryType::info, line);
+        }
+    }
     if (request.actionType == ExportActionType::archiving) {
         runArchive(request, callbacks, std::move(document));
     } else {
-        runPreProduction(request, callbacks, std::move(document));
+        runPreProduction(request, callbacks, std::move(document), titleTexts);
     }
 }
 

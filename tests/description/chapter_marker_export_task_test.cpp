@@ -1,0 +1,190 @@
+#include "description/chapter_marker_export_task.h"
+
+#include "core/error.h"
+#include "core/language.h"
+#include "description/description_test_support.h"
+#include "test_support.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+namespace tidyreel {
+namespace {
+
+using test::projectXml;
+using test::readTextFile;
+using test::RecordingContext;
+using test::TempFolder;
+
+// One clip over the whole timeline carrying a chapter marker every 30 seconds, from 00:00:00.
+std::string projectWithChapters(int count) {
+    std::string markers;
+    for (int i = 0; i < count; ++i) {
+        markers += fmt::format(R"(<chapter-marker start="{}s" value="Kapitel {}"/>)", i * 30, i + 1);
+    }
+    return projectXml(R"(<asset-clip offset="0s" start="0s" duration="600s">)" + markers + "</asset-clip>");
+}
+
+std::string chapterLines(int count) {
+    std::string lines;
+    for (int i = 0; i < count; ++i) {
+        lines +=
+            fmt::format("{}00:{:02}:{:02} Kapitel {}", i == 0 ? "" : "\n", i * 30 / 60, i * 30 % 60, i + 1);
+    }
+    return lines;
+}
+
+void setDescriptionInputs(ExportContext& context) {
+    context.quillt1Text = "Bergtour im Herbst";
+    context.youtubeDescription1 = "  Mehr unter example.org\n";
+    context.quillt2Text = "";
+    context.youtubeDescription2 = " \n\t";
+}
+
+class ChapterMarkerExportTaskTest : public testing::Test {
+protected:
+    void SetUp() override { setPreferredLanguages({"de-DE"}); }
+
+    TempFolder folder;
+};
+
+TEST_F(ChapterMarkerExportTaskTest, WritesOnlyTheChapterListWithAllItsLogLines) {
+    RecordingContext run(projectWithChapters(12), folder.path(), "Projekt.fcpxml");
+    setDescriptionInputs(run.context());
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
+
+    const std::filesystem::path file = folder / "youtube_Projekt.YT1.txt";
+    EXPECT_EQ(readTextFile(file), chapterLines(12));
+    EXPECT_FALSE(std::filesystem::exists(folder / "youtube_Projekt.YT2.txt"));
+    EXPECT_EQ(run.messages(), (std::vector<std::string>{
+                                  "Lese Kapitelmarker...",
+                                  "DEBUG: Modus = Nur Kapitel (ohne Videobeschreibungen)",
+                                  "DEBUG: 12 Kapitelmarker gefunden",
+                                  "  → 00:00:00 - Kapitel 1",
+                                  "  → 00:00:30 - Kapitel 2",
+                                  "  → 00:01:00 - Kapitel 3",
+                                  "  → ... und 9 weitere",
+                                  "DEBUG: Export-Inhalt:",
+                                  "  → Kapitel: ✅ (12)",
+                                  "  → QUILLT: ❌",
+                                  "  → Beschreibungen: ❌",
+                                  "DEBUG: Export Base-URL = " + (folder / "youtube_Projekt").string(),
+                                  "✓ 12 Kapitel exportiert: youtube_Projekt.YT1.txt",
+                                  "  Format: QUILLT → Kapitel",
+                                  "  → " + file.string(),
+                              }));
+    EXPECT_EQ(run.lines()[12].first, LogEntryType::success);
+}
+
+TEST_F(ChapterMarkerExportTaskTest, CombinesTitlesChaptersAndDescriptions) {
+    RecordingContext run(projectWithChapters(3), folder.path(), "Reise.2024.Teil1.fcpxml");
+    setDescriptionInputs(run.context());
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+
+    EXPECT_EQ(readTextFile(folder / "youtube_Reise.2024.YT1.txt"),
+              "Bergtour im Herbst\n\n" + chapterLines(3) + "\n\nMehr unter example.org");
+    EXPECT_EQ(readTextFile(folder / "youtube_Reise.2024.YT2.txt"), chapterLines(3));
+    const std::vector<std::string> messages = run.messages();
+    EXPECT_EQ(
+        std::vector<std::string>(messages.begin() + 1, messages.begin() + 8),
+        (std::vector<std::string>{
+            "DEBUG: Modus = Kapitel + Videobeschreibungen kombiniert", "DEBUG: 3 Kapitelmarker gefunden",
+            "  → 00:00:00 - Kapitel 1", "  → 00:00:30 - Kapitel 2", "  → 00:01:00 - Kapitel 3",
+            "DEBUG: Beschreibung 1 = '  Mehr unter example.org\n'", "DEBUG: Beschreibung 2 = ' \n\t'"}));
+    EXPECT_EQ(messages[11], "  → Beschreibungen: ✅");
+    EXPECT_EQ(messages[13],
+              "✓ 3 Kapitel + Videobeschreibungen exportiert: youtube_Reise.2024.YT1.txt & "
+              "youtube_Reise.2024.YT2.txt");
+    EXPECT_EQ(messages[14], "  Format: QUILLT → Kapitel → Videobeschreibung");
+}
+
+TEST_F(ChapterMarkerExportTaskTest, WritesBothFilesForADescriptionWithoutChapters) {
+    RecordingContext run(projectWithChapters(0), folder.path());
+    run.context().youtubeDescription1 = "Nur Deutsch";
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+
+    EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "Nur Deutsch");
+    EXPECT_EQ(std::filesystem::file_size(folder / "youtube_Projekt.YT2.txt"), 0u);
+    const std::vector<std::string> messages = run.messages();
+    EXPECT_NE(std::find(messages.begin(), messages.end(),
+                        "✓ 0 Kapitel + Videobeschreibungen exportiert: youtube_Projekt.YT1.txt & "
+                        "youtube_Projekt.YT2.txt"),
+              messages.end());
+    EXPECT_NE(std::find(messages.begin(), messages.end(), "  → Kapitel: ❌"), messages.end());
+}
+
+TEST_F(ChapterMarkerExportTaskTest, WritesNothingWhenThereIsNothingToExport) {
+    const std::string nothing = "  (Keine Kapitelmarker, QUILLT-Texte oder Beschreibungen gefunden)";
+    {
+        // Chapters alone ignore the titles and descriptions.
+        RecordingContext run(projectWithChapters(0), folder.path());
+        setDescriptionInputs(run.context());
+        ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
+        EXPECT_EQ(run.messages().back(), nothing);
+    }
+    {
+        RecordingContext run(projectWithChapters(0), folder.path());
+        run.context().quillt2Text = "\n ";
+        run.context().youtubeDescription1 = "\u00A0";
+        ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+        EXPECT_EQ(run.messages().back(), nothing);
+        EXPECT_EQ(run.messages().size(), 6u);
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST_F(ChapterMarkerExportTaskTest, ShortensLongDescriptionsInTheDebugLines) {
+    RecordingContext run(projectWithChapters(1), folder.path());
+    run.context().youtubeDescription1 = std::string(50, 'x') + "ü";
+    run.context().youtubeDescription2 = std::string(49, 'y') + "ü";
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+    EXPECT_EQ(run.messages()[4], "DEBUG: Beschreibung 1 = '" + std::string(50, 'x') + "'...");
+    EXPECT_EQ(run.messages()[5], "DEBUG: Beschreibung 2 = '" + std::string(49, 'y') + "ü'");
+}
+
+TEST_F(ChapterMarkerExportTaskTest, WarnsAfterWritingAListThePlatformWillNotTake) {
+    RecordingContext run(projectXml(R"(<asset-clip offset="0s" start="0s" duration="600s">
+                                         <chapter-marker start="5s" value="Intro"/>
+                                         <chapter-marker start="10s" value="Ende"/>
+                                       </asset-clip>)"),
+                         folder.path());
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
+    EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "00:00:05 Intro\n00:00:10 Ende");
+    std::vector<std::string> warnings;
+    for (const auto& [type, message] : run.lines()) {
+        if (type == LogEntryType::warning) {
+            warnings.push_back(message);
+        }
+    }
+    EXPECT_EQ(warnings,
+              (std::vector<std::string>{
+                  "⚠️ YouTube erkennt die Kapitel nicht: Das erste Kapitel muss bei 00:00 beginnen, "
+                  "„00:00:05 Intro“ beginnt später",
+                  "⚠️ YouTube erkennt die Kapitel nicht: Es sind mindestens 3 Kapitel nötig, die Liste "
+                  "hat nur 2: „00:00:05 Intro“, „00:00:10 Ende“",
+                  "⚠️ YouTube erkennt die Kapitel nicht: Jedes Kapitel muss mindestens 10 Sekunden "
+                  "dauern, zu kurz: „00:00:05 Intro“ (5 s)"}));
+    EXPECT_EQ(run.lines().back().first, LogEntryType::warning);
+}
+
+TEST_F(ChapterMarkerExportTaskTest, WritesNoDebugLinesOutsideDebugMode) {
+    RecordingContext run(projectWithChapters(3), folder.path());
+    run.context().debugMode = false;
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+    EXPECT_EQ(run.messages(), (std::vector<std::string>{"Lese Kapitelmarker...",
+                                                        "✓ 3 Kapitel + Videobeschreibungen exportiert: "
+                                                        "youtube_Projekt.YT1.txt & youtube_Projekt.YT2.txt",
+                                                        "  Format: QUILLT → Kapitel → Videobeschreibung"}));
+}
+
+TEST_F(ChapterMarkerExportTaskTest, FailsWithTheWriteErrorAndReportsNoSuccess) {
+    test::writeTextFile(folder / "not-a-folder", "");
+    RecordingContext run(projectWithChapters(3), folder / "not-a-folder");
+    EXPECT_THROW(ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context()), Error);
+    for (const auto& [type, message] : run.lines()) {
+        EXPECT_NE(type, LogEntryType::success) << message;
+    }
+}
+
+}  // namespace
+}  // namespace tidyreel

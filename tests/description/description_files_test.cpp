@@ -1,0 +1,153 @@
+#include "description/description_files.h"
+
+#include "core/error.h"
+#include "core/export_context.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace tidyreel {
+namespace {
+
+using test::readTextFile;
+using test::TempFolder;
+
+const std::vector<ChapterMarker> threeMarkers = {
+    {"Intro", Fraction(0)}, {"Hauptteil", Fraction(150)}, {"Ende ", Fraction(3601, 1)}};
+const std::string chapterLines = "00:00:00 Intro\n00:02:30 Hauptteil\n01:00:01 Ende ";
+
+std::filesystem::path baseFor(const std::string& projectFile, const std::filesystem::path& folder = "/out") {
+    ExportContext context;
+    context.outputDirectory = folder;
+    context.originalFileName = projectFile;
+    context.actionType = ExportActionType::youtube;
+    return descriptionBaseURL(context);
+}
+
+std::vector<std::string> namesOf(const std::vector<std::filesystem::path>& files) {
+    std::vector<std::string> names;
+    for (const auto& file : files) {
+        names.push_back(file.filename().string());
+    }
+    return names;
+}
+
+TEST(DescriptionFileNames, CutTheProjectNameToFifteenCharacters) {
+    EXPECT_EQ(baseFor("Bergtour im Herbst 2024.fcpxml"), "/out/youtube_Bergtour im Her");
+    EXPECT_EQ(descriptionFileURL(baseFor("Bergtour im Herbst 2024.fcpxml"), "YT1"),
+              "/out/youtube_Bergtour im Her.YT1.txt");
+    EXPECT_EQ(descriptionFileURL(baseFor("Kurz.fcpxmld"), "YT2"), "/out/youtube_Kurz.YT2.txt");
+}
+
+TEST(DescriptionFileNames, ReplaceAnExtensionLeftInTheCutName) {
+    const std::filesystem::path base = baseFor("Reise.2024.Teil1.fcpxml");
+    EXPECT_EQ(base, "/out/youtube_Reise.2024.Teil");
+    EXPECT_EQ(descriptionFileURL(base, "YT1"), "/out/youtube_Reise.2024.YT1.txt");
+    EXPECT_EQ(descriptionFileURL(base, "YT2"), "/out/youtube_Reise.2024.YT2.txt");
+}
+
+TEST(DescriptionFileNames, NeverSplitAMultiByteCharacter) {
+    // "Überraschungen" has 14 characters; the 15th is a three-byte "€", a decomposed "é" (e and a
+    // combining accent) or a thumb with a skin tone (two four-byte code points).
+    EXPECT_EQ(baseFor("Überraschungen€x.fcpxml").filename(), "youtube_Überraschungen€");
+    EXPECT_EQ(baseFor("Überraschungene\u0301x.fcpxml").filename(), "youtube_Überraschungene\u0301");
+    EXPECT_EQ(baseFor("Überraschungen👍🏽x.fcpxml").filename(), "youtube_Überraschungen👍🏽");
+    EXPECT_EQ(baseFor("Überraschungen.fcpxml").filename(), "youtube_Überraschungen");
+}
+
+TEST(DescriptionFileContent, JoinsThePresentBlocksWithOneEmptyLine) {
+    EXPECT_EQ(
+        descriptionFileContent("\n  Titel\n\nZweite Zeile \n", threeMarkers, "\n\nFooter\n\nmit Absatz\n "),
+        "Titel\n\nZweite Zeile\n\n" + chapterLines + "\n\nFooter\n\nmit Absatz");
+    EXPECT_EQ(descriptionFileContent("", threeMarkers, ""), chapterLines);
+    EXPECT_EQ(descriptionFileContent(" Titel ", {}, "Footer"), "Titel\n\nFooter");
+    EXPECT_EQ(descriptionFileContent(" \t\n", {}, "\u00A0Footer\u3000"), "Footer");
+    EXPECT_EQ(descriptionFileContent("Titel", threeMarkers, " \n "), "Titel\n\n" + chapterLines);
+    EXPECT_EQ(descriptionFileContent("  ", {}, "\n"), "");
+}
+
+TEST(DescriptionFiles, WriteOneChapterFileWithoutDescriptions) {
+    TempFolder folder;
+    const auto files = writeDescriptionFiles("Titel 1", "Titel 2", threeMarkers, {}, folder / "youtube_P");
+    EXPECT_EQ(namesOf(files), std::vector<std::string>{"youtube_P.YT1.txt"});
+    EXPECT_EQ(readTextFile(folder / "youtube_P.YT1.txt"), "Titel 1\n\n" + chapterLines);
+    EXPECT_FALSE(std::filesystem::exists(folder / "youtube_P.YT2.txt"));
+}
+
+TEST(DescriptionFiles, WriteNothingWithoutMarkersOrDescriptions) {
+    TempFolder folder;
+    EXPECT_TRUE(writeDescriptionFiles("Titel 1", "Titel 2", {}, {}, folder / "youtube_P").empty());
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}
+
+TEST(DescriptionFiles, PairEachTitleWithItsDescription) {
+    TempFolder folder;
+    const auto files =
+        writeDescriptionFiles("Titel", "", threeMarkers, {"Beschreibung DE", " "}, folder / "youtube_P");
+    EXPECT_EQ(namesOf(files), (std::vector<std::string>{"youtube_P.YT1.txt", "youtube_P.YT2.txt"}));
+    EXPECT_EQ(readTextFile(files[0]), "Titel\n\n" + chapterLines + "\n\nBeschreibung DE");
+    EXPECT_EQ(readTextFile(files[1]), chapterLines);
+}
+
+TEST(DescriptionFiles, WriteEmptyFilesWhenEveryBlockIsEmpty) {
+    TempFolder folder;
+    const auto files = writeDescriptionFiles("", "", {}, {"", "\n"}, folder / "youtube_P");
+    ASSERT_EQ(files.size(), 2u);
+    EXPECT_EQ(std::filesystem::file_size(files[0]), 0u);
+    EXPECT_EQ(std::filesystem::file_size(files[1]), 0u);
+}
+
+TEST(DescriptionFiles, WriteOnlyTheFirstFileForASingleDescription) {
+    TempFolder folder;
+    const auto files = writeDescriptionFiles("Titel", "Title", {}, {"Nur eine"}, folder / "youtube_P");
+    EXPECT_EQ(namesOf(files), std::vector<std::string>{"youtube_P.YT1.txt"});
+    EXPECT_EQ(readTextFile(files[0]), "Titel\n\nNur eine");
+}
+
+TEST(DescriptionFiles, ReplaceExistingFilesWholly) {
+    TempFolder folder;
+    test::writeTextFile(folder / "youtube_P.YT1.txt", std::string(1000, 'x'));
+    writeDescriptionFiles("", "", threeMarkers, {}, folder / "youtube_P");
+    EXPECT_EQ(readTextFile(folder / "youtube_P.YT1.txt"), chapterLines);
+}
+
+TEST(DescriptionFiles, FailWithTheWriteErrorAndLeaveNoPartialFile) {
+    TempFolder folder;
+    std::filesystem::create_directory(folder / "locked");
+    std::filesystem::permissions(folder / "locked",
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    // Permissions do not stop the superuser; a file where the folder should be stops everyone.
+    const std::filesystem::path unwritable = geteuid() == 0 ? folder / "file-not-folder" : folder / "locked";
+    test::writeTextFile(folder / "file-not-folder", "keep");
+    try {
+        writeDescriptionFiles("Titel", "", threeMarkers, {"A", "B"}, unwritable / "youtube_P");
+        FAIL() << "no error";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.domain(), "FileSystem");
+        EXPECT_NE(std::string(error.what()).find((unwritable / "youtube_P.YT1.txt").string()),
+                  std::string::npos)
+            << error.what();
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "locked"));
+    EXPECT_EQ(readTextFile(folder / "file-not-folder"), "keep");
+}
+
+TEST(DescriptionFiles, KeepTheFirstFileWhenTheSecondCannotBeWritten) {
+    TempFolder folder;
+    // A folder in the second file's place makes its rename fail, whoever runs the test.
+    std::filesystem::create_directories(folder / "youtube_P.YT2.txt" / "occupied");
+    EXPECT_THROW(writeDescriptionFiles("", "", threeMarkers, {"A", "B"}, folder / "youtube_P"), Error);
+    EXPECT_EQ(readTextFile(folder / "youtube_P.YT1.txt"), chapterLines + "\n\nA");
+    std::vector<std::string> left;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+        left.push_back(entry.path().filename().string());
+    }
+    std::sort(left.begin(), left.end());
+    EXPECT_EQ(left, (std::vector<std::string>{"youtube_P.YT1.txt", "youtube_P.YT2.txt"}));
+}
+
+}  // namespace
+}  // namespace tidyreel

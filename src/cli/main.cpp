@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     int exitStatus = tidyreel::cli::exitSuccess;
     tidyreel::cli::registerRolesCommand(app, exitStatus);
     tidyreel::cli::registerGradeCommand(app, exitStatus);
+    tidyreel::cli::registerArchiveCommand(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -29,13 +29,12 @@ void restoreEnvironment(const char* name, const std::string& value) {
     }
 }
 
-
 }  // namespace
 
 TempFolder::TempFolder() {
     std::random_device random;
-    path_ = std::filesystem::temp_directory_path() / ("tidyreel-test-" + std::to_string(random()) + "-" +
-                                                       std::to_string(random()));
+    path_ = std::filesystem::temp_directory_path() /
+            ("tidyreel-test-" + std::to_string(random()) + "-" + std::to_string(random()));
     std::filesystem::create_directories(path_);
 }
 
@@ -94,8 +93,10 @@ CommandResult runTidyreel(const std::vector<std::string>& arguments, const Isola
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                     0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
+                                     0600);
     pid_t child = 0;
     const int spawned = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
@@ -129,7 +130,9 @@ std::string readTextFile(const std::filesystem::path& file) {
     return text.str();
 }
 
-std::filesystem::path fixture(const std::string& name) { return std::filesystem::path(TIDYREEL_FIXTURES) / name; }
+std::filesystem::path fixture(const std::string& name) {
+    return std::filesystem::path(TIDYREEL_FIXTURES) / name;
+}
 
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;

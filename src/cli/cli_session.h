@@ -20,7 +20,7 @@ struct CommonOptions {
 
 /// A controller that runs in the foreground and prints every log line as it arrives.
 class CliSession {
-  public:
+public:
     explicit CliSession(const CommonOptions& options);
 
     /// The controller the command drives.
@@ -31,7 +31,7 @@ class CliSession {
     /// 0 when the status is a success, 1 when the workflow failed.
     static int exitStatusOf(const ActionStatus& status);
 
-  private:
+private:
     static void printLogLine(const LogEntry& entry);
     void printProgress(const ProcessingProgress& progress);
     void endProgressLine();

@@ -27,7 +27,7 @@ enum class RunMode { blocking, background };
 /// The application's single controller: the loaded project, the user's choices and settings, the
 /// processing log and statuses; starts the three workflows.
 class ContentViewModel : public QObject {
-  public:
+public:
     /// Who wants to hear about changes; every callback is invoked on the controller's thread.
     struct Observer {
         std::function<void(const LogEntry&)> logAdded;                   ///< a log line was added
@@ -103,7 +103,7 @@ class ContentViewModel : public QObject {
     const std::string& originalFileName() const { return originalFileName_; }
     const RoleEffectMappings& persistentEffectMappings() const { return persistentEffectMappings_; }
 
-  private:
+private:
     void loadSettings();
     void restoreBookmark();
     void saveBookmark();

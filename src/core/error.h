@@ -9,7 +9,7 @@ namespace tidyreel {
 /// A failure that ends a task: an error domain and code as the system reports them, a localized
 /// description (`what()`) and optional extra entries such as a tool's standard error.
 class Error : public std::runtime_error {
-  public:
+public:
     /// Creates an error of `domain` with `code` and the user-facing `description`.
     Error(std::string domain, int code, const std::string& description,
           std::map<std::string, std::string> userInfo = {});
@@ -21,7 +21,7 @@ class Error : public std::runtime_error {
     /// Extra entries (key "stderr" holds a tool's standard error).
     const std::map<std::string, std::string>& userInfo() const noexcept { return userInfo_; }
 
-  private:
+private:
     std::string domain_;
     int code_;
     std::map<std::string, std::string> userInfo_;

@@ -1,5 +1,7 @@
 #include "core/export_context.h"
 
+#include "core/raw_value_table.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -8,7 +10,7 @@
 namespace tidyreel {
 namespace {
 
-constexpr std::array<std::string_view, 3> actionRawValues = {"colorgrading", "youtube", "archive"};
+constexpr RawValueTable<ExportActionType, 3> actionRawValues{{"colorgrading", "youtube", "archive"}};
 
 std::string lowercased(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -54,16 +56,11 @@ bool isRegionalIndicator(char32_t c) {
 }  // namespace
 
 std::string_view rawValue(ExportActionType type) {
-    return actionRawValues.at(static_cast<std::size_t>(type));
+    return actionRawValues.rawValue(type);
 }
 
 std::optional<ExportActionType> exportActionTypeFromRaw(std::string_view raw) {
-    for (std::size_t i = 0; i < actionRawValues.size(); ++i) {
-        if (actionRawValues[i] == raw) {
-            return static_cast<ExportActionType>(i);
-        }
-    }
-    return std::nullopt;
+    return actionRawValues.fromRaw(raw);
 }
 
 void ExportContext::log(LogEntryType type, const std::string& message) const {

@@ -16,7 +16,7 @@ namespace {
 
 // Ends the folder access on every way out of the run, as long as it was granted.
 class FolderAccessScope {
-  public:
+public:
     explicit FolderAccessScope(std::filesystem::path folder)
         : folder_(std::move(folder)), granted_(beginFolderAccess(folder_)) {}
     ~FolderAccessScope() {
@@ -29,7 +29,7 @@ class FolderAccessScope {
 
     bool granted() const { return granted_; }
 
-  private:
+private:
     std::filesystem::path folder_;
     bool granted_;
 };

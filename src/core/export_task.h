@@ -8,7 +8,7 @@ namespace tidyreel {
 
 /// One step of a workflow run; a disabled task is skipped.
 class ExportTask {
-  public:
+public:
     ExportTask(std::string taskName, bool isEnabled) : taskName(std::move(taskName)), isEnabled(isEnabled) {}
     virtual ~ExportTask() = default;
 
@@ -21,7 +21,7 @@ class ExportTask {
 
 /// One step of the archive workflow, which receives the archive context.
 class ArchiveExportTask {
-  public:
+public:
     ArchiveExportTask(std::string taskName, bool isEnabled)
         : taskName(std::move(taskName)), isEnabled(isEnabled) {}
     virtual ~ArchiveExportTask() = default;

@@ -1,5 +1,6 @@
 #include "core/log_entry.h"
 
+#include "core/raw_value_table.h"
 #include "core/uuid.h"
 
 #include <fmt/format.h>
@@ -10,7 +11,7 @@
 namespace tidyreel {
 namespace {
 
-constexpr std::array<std::string_view, 5> logSymbols = {"ℹ️", "✅", "⚠️", "❌", "⏳"};
+constexpr RawValueTable<LogEntryType, 5> logSymbols{{"ℹ️", "✅", "⚠️", "❌", "⏳"}};
 
 template <class... Ts>
 struct Overloaded : Ts... {
@@ -20,16 +21,11 @@ struct Overloaded : Ts... {
 }  // namespace
 
 std::string_view rawValue(LogEntryType type) {
-    return logSymbols.at(static_cast<std::size_t>(type));
+    return logSymbols.rawValue(type);
 }
 
 std::optional<LogEntryType> logEntryTypeFromRaw(std::string_view raw) {
-    for (std::size_t i = 0; i < logSymbols.size(); ++i) {
-        if (logSymbols[i] == raw) {
-            return static_cast<LogEntryType>(i);
-        }
-    }
-    return std::nullopt;
+    return logSymbols.fromRaw(raw);
 }
 
 LogEntry LogEntry::make(LogEntryType type, std::string message) {

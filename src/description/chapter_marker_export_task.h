@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Writes the chapter list, combined with the description texts when `includeDescriptions` is set.
 class ChapterMarkerExportTask : public ExportTask {
-  public:
+public:
     ChapterMarkerExportTask(std::string taskName, bool isEnabled, bool includeDescriptions)
         : ExportTask(std::move(taskName), isEnabled), includeDescriptions(includeDescriptions) {}
 

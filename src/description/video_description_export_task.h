@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Writes the description text files without a chapter list.
 class VideoDescriptionExportTask : public ExportTask {
-  public:
+public:
     using ExportTask::ExportTask;
 
     void execute(ExportContext& context) const override;

@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Writes the run's document into the output folder under its dated name, with the project renamed.
 class FCPXMLWriteTask : public ExportTask {
-  public:
+public:
     using ExportTask::ExportTask;
 
     /// Renames the project, creates the folder and writes the pretty-printed document; throws the

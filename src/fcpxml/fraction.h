@@ -14,7 +14,7 @@ namespace tidyreel {
 
 // Plain exact time in seconds, always reduced; arithmetic is exact and reports overflow instead of degrading.
 class Fraction {
-  public:
+public:
     // Zero.
     constexpr Fraction() noexcept = default;
     // The whole number value/1.
@@ -73,7 +73,7 @@ class Fraction {
     // Exact order by cross products computed in 128 bits, so it never overflows.
     friend std::strong_ordering operator<=>(Fraction a, Fraction b) noexcept;
 
-  private:
+private:
     constexpr explicit Fraction(detail::Reduced value) noexcept
         : numerator_(value.numerator), denominator_(value.denominator) {}
     constexpr detail::Reduced fields() const noexcept { return {numerator_, denominator_}; }

@@ -101,7 +101,7 @@ std::string fractionText(Reduced value);
 // Exact signed time in seconds, always reduced; arithmetic degrades to bounded denominators instead of
 // overflowing.
 class Rational {
-  public:
+public:
     // Zero.
     constexpr Rational() noexcept = default;
     // The whole number value/1.
@@ -168,7 +168,7 @@ class Rational {
     // may compare equivalent without being equal.
     friend std::weak_ordering operator<=>(Rational a, Rational b) noexcept;
 
-  private:
+private:
     constexpr explicit Rational(detail::Reduced value) noexcept
         : numerator_(value.numerator), denominator_(value.denominator) {}
     constexpr detail::Reduced fields() const noexcept { return {numerator_, denominator_}; }

@@ -16,10 +16,10 @@ namespace tidyreel {
 
 /// A non-owning handle to one element of an `XmlDocument`; cheap to copy, null when default-built.
 class XmlElement {
-  public:
+public:
     /// Iterates the element children of one element in document order.
     class ChildIterator {
-      public:
+    public:
         using iterator_category = std::forward_iterator_tag;
         using value_type = XmlElement;
         using difference_type = std::ptrdiff_t;
@@ -33,7 +33,7 @@ class XmlElement {
         ChildIterator operator++(int);
         bool operator==(const ChildIterator&) const = default;
 
-      private:
+    private:
         xmlNodePtr node_ = nullptr;
     };
 
@@ -84,13 +84,13 @@ class XmlElement {
     /// Inserts a new, empty element named `name` right before `sibling` (a child of this element).
     XmlElement insertChildBefore(const char* name, XmlElement sibling);
 
-  private:
+private:
     xmlNodePtr node_ = nullptr;
 };
 
 /// An owning libxml2 document, shared between the tasks of one run.
 class XmlDocument {
-  public:
+public:
     /// Parses untrusted bytes safely (no network, no external entities, no entity substitution);
     /// throws `Error` with the parser's message when the bytes are not well-formed XML.
     static std::shared_ptr<XmlDocument> parse(std::string_view bytes);
@@ -113,7 +113,7 @@ class XmlDocument {
     /// The underlying libxml2 document.
     xmlDocPtr raw() const { return doc_; }
 
-  private:
+private:
     explicit XmlDocument(xmlDocPtr doc) : doc_(doc) {}
     xmlDocPtr doc_;
 };

@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Gives every clip of an assigned role its effect.
 class RoleEffectExportTask : public ExportTask {
-  public:
+public:
     using ExportTask::ExportTask;
 
     void execute(ExportContext& context) const override;

@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Writes the archive bundle's Info.fcpxml.
 class ArchiveBundleWriteTask : public ArchiveExportTask {
-  public:
+public:
     using ArchiveExportTask::ArchiveExportTask;
 
     void execute(ArchiveExportContext& context) const override;

@@ -6,7 +6,7 @@ namespace tidyreel {
 
 /// Plans, cuts and copies the media of the archive.
 class ClipTrimmingExportTask : public ArchiveExportTask {
-  public:
+public:
     using ArchiveExportTask::ArchiveExportTask;
 
     void execute(ArchiveExportContext& context) const override;

@@ -1,0 +1,353 @@
+#include "core/content_view_model.h"
+
+#include "core/core_support.h"
+#include "core/language.h"
+#include "platform/settings_store.h"
+
+#include <gtest/gtest.h>
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+namespace tidyreel {
+namespace {
+
+using test::CoreTest;
+using test::messagesOf;
+
+bool contains(const std::vector<std::string>& lines, const std::string& line) {
+    return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        files.push_back(entry.path());
+    }
+    return files;
+}
+
+class ControllerSettings : public CoreTest {};
+
+TEST_F(ControllerSettings, DefaultsWithoutStoredSettings) {
+    ContentViewModel controller(RunMode::blocking);
+    EXPECT_EQ(controller.buffer(), 10.0);
+    EXPECT_EQ(controller.minSegment(), 20.0);
+    EXPECT_FALSE(controller.exportChapterMarkers());
+    EXPECT_FALSE(controller.exportVideoDescription());
+    EXPECT_EQ(controller.youtubeDescription1(), "");
+    EXPECT_FALSE(controller.outputDirectory());
+    EXPECT_TRUE(controller.debugMode());
+    EXPECT_EQ(messagesOf(controller.logEntries()), (std::vector<std::string>{"Tidyreel started"}));
+}
+
+TEST_F(ControllerSettings, StoredNumbersAreTakenOnlyWhenPositive) {
+    SettingsStore::setDouble("buffer", 0.0);
+    SettingsStore::setDouble("minSegment", -4.0);
+    EXPECT_EQ(ContentViewModel(RunMode::blocking).buffer(), 10.0);
+    EXPECT_EQ(ContentViewModel(RunMode::blocking).minSegment(), 20.0);
+    SettingsStore::setDouble("buffer", 3.5);
+    SettingsStore::setDouble("minSegment", 12.0);
+    EXPECT_EQ(ContentViewModel(RunMode::blocking).buffer(), 3.5);
+    EXPECT_EQ(ContentViewModel(RunMode::blocking).minSegment(), 12.0);
+}
+
+TEST_F(ControllerSettings, ChangesAreWrittenAtOnceAndReadAtTheNextStart) {
+    {
+        ContentViewModel controller(RunMode::blocking);
+        controller.setBuffer(4.5);
+        controller.setMinSegment(30.0);
+        controller.setExportChapterMarkers(true);
+        controller.setYoutubeDescription1("Hallo 🎬");
+        controller.setYoutubeDescription2("Hello");
+        controller.saveVideoDescriptions();
+        EXPECT_EQ(controller.logEntries().back().message, "YouTube-Beschreibungen gespeichert");
+        EXPECT_EQ(controller.logEntries().back().type, LogEntryType::success);
+    }
+    ContentViewModel restarted(RunMode::blocking);
+    EXPECT_EQ(restarted.buffer(), 4.5);
+    EXPECT_EQ(restarted.minSegment(), 30.0);
+    EXPECT_TRUE(restarted.exportChapterMarkers());
+    EXPECT_FALSE(restarted.exportVideoDescription());
+    EXPECT_EQ(restarted.youtubeDescription1(), "Hallo 🎬");
+    EXPECT_EQ(restarted.youtubeDescription2(), "Hello");
+}
+
+class OutputFolderBookmark : public CoreTest {
+protected:
+    test::TempFolder folder;
+};
+
+TEST_F(OutputFolderBookmark, ChosenFolderComesBackSilently) {
+    {
+        ContentViewModel controller(RunMode::blocking);
+        controller.chooseOutputFolder(folder / "");
+        controller.chooseOutputFolder(folder.path());
+        EXPECT_EQ(controller.logEntries().back().message, "Zielordner: " + folder.path().filename().string());
+        EXPECT_TRUE(controller.outputDirectoryBookmark());
+    }
+    ContentViewModel restarted(RunMode::blocking);
+    EXPECT_EQ(restarted.outputDirectory(), folder.path());
+    EXPECT_EQ(messagesOf(restarted.logEntries()), (std::vector<std::string>{"Tidyreel started"}));
+}
+
+TEST_F(OutputFolderBookmark, AReplacedFolderIsStaleAndRenewedOnce) {
+    const std::filesystem::path output = folder / "Export";
+    std::filesystem::create_directory(output);
+    ContentViewModel(RunMode::blocking).chooseOutputFolder(output);
+    const std::optional<std::string> before = SettingsStore::bytesValue("outputDirectoryBookmark");
+    std::filesystem::rename(output, folder / "Old Export");  // keeps the old inode alive and different
+    std::filesystem::create_directory(output);
+
+    ContentViewModel restarted(RunMode::blocking);
+    EXPECT_EQ(
+        messagesOf(restarted.logEntries()),
+        (std::vector<std::string>{"Zielordner-Bookmark veraltet, wird erneuert...", "Tidyreel started"}));
+    EXPECT_EQ(restarted.outputDirectory(), output);
+    EXPECT_NE(SettingsStore::bytesValue("outputDirectoryBookmark"), before);
+    EXPECT_EQ(messagesOf(ContentViewModel(RunMode::blocking).logEntries()),
+              (std::vector<std::string>{"Tidyreel started"}));
+}
+
+TEST_F(OutputFolderBookmark, AVanishedFolderIsAnErrorLineAndNoFolder) {
+    const std::filesystem::path output = folder / "Gone";
+    std::filesystem::create_directory(output);
+    ContentViewModel(RunMode::blocking).chooseOutputFolder(output);
+    std::filesystem::remove(output);
+    ContentViewModel restarted(RunMode::blocking);
+    EXPECT_FALSE(restarted.outputDirectory());
+    ASSERT_EQ(restarted.logEntries().size(), 2u);
+    EXPECT_EQ(restarted.logEntries()[0].type, LogEntryType::error);
+    EXPECT_TRUE(
+        restarted.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+}
+
+TEST_F(OutputFolderBookmark, GarbageBookmarkDataIsAnErrorLine) {
+    SettingsStore::setBytes("outputDirectoryBookmark", "\x01\x02not a bookmark");
+    ContentViewModel controller(RunMode::blocking);
+    EXPECT_FALSE(controller.outputDirectory());
+    EXPECT_TRUE(
+        controller.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+}
+
+class ControllerFiles : public CoreTest {
+protected:
+    test::TempFolder folder;
+    ContentViewModel controller{RunMode::blocking};
+};
+
+TEST_F(ControllerFiles, LoadingABundleUsesItsInfoFcpxmlAndKeepsTheBundleName) {
+    const std::filesystem::path bundle = folder / "My Project.FCPXMLD";
+    test::writeTextFile(bundle / "Info.fcpxml", test::minimalProject());
+    controller.loadFile(bundle);
+    EXPECT_EQ(controller.selectedFileURL(), bundle / "Info.fcpxml");
+    EXPECT_EQ(controller.originalFileName(), "My Project.FCPXMLD");
+    EXPECT_TRUE(controller.fileLoadedAt());
+    EXPECT_TRUE(controller.xmlDocument());
+    EXPECT_EQ(messagesOf(controller.logEntries()),
+              (std::vector<std::string>{"Tidyreel started", "Ausgewählt: My Project.FCPXMLD",
+                                        "Gefunden: 1 Video-Rollen", "  → Video: 1 Clips"}));
+    EXPECT_EQ(controller.includedRoles(), (std::set<std::string>{"Video"}));
+}
+
+TEST_F(ControllerFiles, AnUnreadableProjectEmptiesTheRoles) {
+    test::writeTextFile(folder / "good.fcpxml", test::minimalProject());
+    controller.loadFile(folder / "good.fcpxml");
+    test::writeTextFile(folder / "broken.fcpxml", test::minimalProject().substr(0, 300));
+    controller.loadFile(folder / "broken.fcpxml");
+    EXPECT_TRUE(controller.videoRoles().empty());
+    EXPECT_FALSE(controller.xmlDocument());
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
+    EXPECT_TRUE(controller.logEntries().back().message.starts_with("Fehler beim Parsen der Rollen: "));
+}
+
+TEST_F(ControllerFiles, ClearingKeepsSettingsAndStatuses) {
+    test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
+    controller.loadFile(folder / "p.fcpxml");
+    controller.startColorGrading();  // fails: no output folder
+    controller.clearFile();
+    EXPECT_FALSE(controller.selectedFileURL());
+    EXPECT_TRUE(controller.videoRoles().empty());
+    EXPECT_TRUE(controller.includedRoles().empty());
+    EXPECT_EQ(controller.colorGradingStatus(), ActionStatus::error("Fehler aufgetreten"));
+    EXPECT_EQ(controller.logEntries().back().message, "Keine Datei ausgewählt");
+}
+
+TEST_F(ControllerFiles, TheLanguageRuleFollowsTheFirstPreferredLanguage) {
+    test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
+    setPreferredLanguages({"en-US", "de-DE"});
+    controller.loadFile(folder / "p.fcpxml");
+    EXPECT_EQ(controller.logEntries()[1].message, "Selected: p.fcpxml");
+    setPreferredLanguages({});
+    controller.clearFile();
+    EXPECT_EQ(controller.logEntries().back().message, "No file selected");
+    setPreferredLanguages({"de-AT"});
+    controller.clearFile();
+    EXPECT_EQ(controller.logEntries().back().message, "Keine Datei ausgewählt");
+}
+
+class ControllerRuns : public ControllerFiles {
+protected:
+    void load(const std::string& project = test::minimalProject()) {
+        test::writeTextFile(folder / "Projekt.fcpxml", project);
+        controller.loadFile(folder / "Projekt.fcpxml");
+    }
+    std::filesystem::path output() const { return folder / "out"; }
+};
+
+TEST_F(ControllerRuns, StartsWithoutAFileDoNothing) {
+    controller.startColorGrading();
+    controller.startVideoDescription();
+    controller.startArchiving();
+    EXPECT_EQ(controller.logEntries().size(), 1u);
+    EXPECT_FALSE(controller.showPermissionAlert());
+    EXPECT_EQ(controller.archivingStatus(), ActionStatus::notExecuted());
+}
+
+TEST_F(ControllerRuns, ColourGradingWritesTheDatedRenamedCopy) {
+    load();
+    std::filesystem::create_directory(output());
+    controller.chooseOutputFolder(output());
+    const std::size_t before = controller.logEntries().size();
+    controller.startColorGrading();
+
+    EXPECT_FALSE(controller.isProcessing());
+    EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.colorGradingStatus().value));
+    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    const std::vector<std::string> run(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
+    ASSERT_EQ(run.size(), 12u);
+    EXPECT_EQ(run[0], "Color-Grading gestartet");
+    EXPECT_EQ(run[1], "Lese FCPXML...");
+    EXPECT_EQ(run[2], "DEBUG: Starte Task: Rollen-Effekte");
+    EXPECT_EQ(run[3], "DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)");
+    EXPECT_EQ(run[4], "DEBUG: Starte Task: FCPXML schreiben");
+    EXPECT_EQ(run[5], "Schreibe neue FCPXML...");
+    EXPECT_TRUE(run[6].starts_with("DEBUG: outputDir = "));
+    EXPECT_TRUE(run[10].starts_with("✓ FCPXML gespeichert: "));
+    EXPECT_EQ(run[11], "Color-Grading erfolgreich abgeschlossen");
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::success);
+
+    const std::vector<std::filesystem::path> written = filesIn(output());
+    ASSERT_EQ(written.size(), 1u);
+    EXPECT_TRUE(written[0].filename().string().ends_with("_cologr_Projekt.fcpxml"));
+    const auto document = XmlDocument::load(written[0]);
+    const std::string name = document->first("//project").attribute("name").value_or("");
+    EXPECT_TRUE(name.ends_with("_colorgrading_Film")) << name;
+    EXPECT_EQ(test::readTextFile(folder / "Projekt.fcpxml"), test::minimalProject());
+}
+
+TEST_F(ControllerRuns, ARunWithoutOutputFolderFailsBeforeParsing) {
+    load();
+    controller.startColorGrading();
+    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    EXPECT_FALSE(contains(lines, "Lese FCPXML..."));
+    EXPECT_EQ(lines.back(), "Color-Grading fehlgeschlagen: Kein Zielordner ausgewählt");
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
+    EXPECT_EQ(controller.colorGradingStatus(), ActionStatus::error("Fehler aufgetreten"));
+}
+
+TEST_F(ControllerRuns, AProjectBrokenAfterLoadingFailsTheRunAndWritesNothing) {
+    load();
+    std::filesystem::create_directory(output());
+    controller.chooseOutputFolder(output());
+    test::writeTextFile(folder / "Projekt.fcpxml", "<fcpxml><resources>");
+    controller.startColorGrading();
+    EXPECT_TRUE(controller.logEntries().back().message.starts_with("Color-Grading fehlgeschlagen: "));
+    EXPECT_TRUE(filesIn(output()).empty());
+}
+
+TEST_F(ControllerRuns, DescriptionWithBothSwitchesOffRunsNoTaskAndSucceeds) {
+    load();
+    controller.chooseOutputFolder(folder.path());
+    controller.startVideoDescription();
+    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    EXPECT_TRUE(std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.starts_with("DEBUG: Starte Task: ");
+    }));
+    EXPECT_EQ(lines.back(), "YouTube-Beschreibung erfolgreich erstellt");
+    EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.youtubeDescriptionStatus().value));
+}
+
+TEST_F(ControllerRuns, ArchivingWithoutOutputFolderShowsTheAlertAndRunsNothing) {
+    load();
+    controller.startArchiving();
+    EXPECT_TRUE(controller.showPermissionAlert());
+    EXPECT_EQ(controller.permissionAlertMessage(), "Kein Zielordner ausgewählt");
+    EXPECT_EQ(controller.logEntries().back().message, "Kein Zielordner ausgewählt");
+    EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
+    EXPECT_FALSE(contains(messagesOf(controller.logEntries()), "Trim & Archivierung gestartet"));
+    EXPECT_EQ(controller.archivingStatus(), ActionStatus::notExecuted());
+}
+
+TEST_F(ControllerRuns, ArchivingIntoAFolderThatCannotBeWrittenShowsTheAlert) {
+    load();
+    setPreferredLanguages({"en"});
+    std::filesystem::create_directory(output());
+    controller.chooseOutputFolder(output());
+    std::filesystem::remove(output());
+    controller.startArchiving();
+    EXPECT_EQ(controller.permissionAlertMessage(),
+              "Cannot write to selected output directory. Please choose another folder.");
+    EXPECT_FALSE(std::filesystem::exists(output()));
+}
+
+TEST_F(ControllerRuns, ArchivingWithNoRolesNamesNone) {
+    load();
+    controller.chooseOutputFolder(folder.path());
+    controller.setIncludedRoles({});
+    controller.startArchiving();
+    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    EXPECT_TRUE(contains(lines, "Eingeschlossene Rollen: keine"));
+    const auto started = std::find(lines.begin(), lines.end(), "Trim & Archivierung gestartet");
+    ASSERT_NE(started, lines.end());
+    EXPECT_EQ(*(started + 1), "Eingeschlossene Rollen: keine");
+    EXPECT_EQ(*(started + 2), "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
+    EXPECT_EQ(*(started + 4),
+              "│  startAccessingSecurityScopedResource() → FALSE (kein Scope / bereits aktiv)");
+    const std::vector<std::filesystem::path> leftovers = filesIn(folder.path());
+    EXPECT_TRUE(std::none_of(leftovers.begin(), leftovers.end(), [](const std::filesystem::path& path) {
+        return path.filename().string().starts_with(".permission_test_");
+    }));
+}
+
+TEST_F(ControllerRuns, ProgressReportsBecomeTheStatusLine) {
+    controller.reportProgress(3, 12, "Clips schneiden");
+    EXPECT_EQ(controller.processingProgress(), (ProcessingProgress{3, 12, "Clips schneiden"}));
+    EXPECT_EQ(controller.processingStatus(), "Clips schneiden: 3 von 12");
+    controller.addLog(LogEntryType::info, "idle line");
+    EXPECT_EQ(controller.processingStatus(), "Clips schneiden: 3 von 12");
+}
+
+TEST_F(CoreTest, BackgroundRunsReportInOrderThroughTheEventLoop) {
+    int argc = 1;
+    char name[] = "test";
+    char* argv[] = {name, nullptr};
+    std::unique_ptr<QCoreApplication> application;
+    if (!QCoreApplication::instance()) {
+        application = std::make_unique<QCoreApplication>(argc, argv);
+    }
+    test::TempFolder folder;
+    test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
+    ContentViewModel controller(RunMode::background);
+    controller.loadFile(folder / "p.fcpxml");
+    controller.chooseOutputFolder(folder.path());
+    controller.startColorGrading();
+    EXPECT_TRUE(controller.isProcessing());
+    // A guard against hanging, not a timing assertion: the run takes milliseconds.
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while (controller.isProcessing() && std::chrono::steady_clock::now() < giveUp) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_FALSE(controller.isProcessing());
+    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    const auto started = std::find(lines.begin(), lines.end(), "Color-Grading gestartet");
+    ASSERT_NE(started, lines.end());
+    EXPECT_EQ(*(started + 1), "Lese FCPXML...");
+    EXPECT_EQ(lines.back(), "Color-Grading erfolgreich abgeschlossen");
+}
+
+}  // namespace
+}  // namespace tidyreel

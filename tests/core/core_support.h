@@ -1,0 +1,28 @@
+#pragma once
+
+#include "core/log_entry.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace tidyreel::test {
+
+/// Gives each test empty settings and application data in private folders. Qt reads the settings
+/// location once per process, so the folders are set once, before any fixture member can touch the
+/// settings, and the stored keys are cleared per test.
+class CoreTest : public ::testing::Test {
+protected:
+    CoreTest();
+    ~CoreTest() override;
+};
+
+/// The messages of log entries, in order.
+std::vector<std::string> messagesOf(const std::vector<LogEntry>& entries);
+
+/// The minimal project every run can read: one clip of role "Video" in a named project.
+std::string minimalProject(const std::string& projectName = "Film");
+
+}  // namespace tidyreel::test

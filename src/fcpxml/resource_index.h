@@ -12,7 +12,7 @@ namespace tidyreel {
 /// The children of a document's `resources` element by `id`, indexed once so that per-asset lookups
 /// never search the whole document again.
 class ResourceIndex {
-  public:
+public:
     /// Indexes the root's `resources` element (an empty index without one).
     explicit ResourceIndex(const XmlDocument& document);
 
@@ -27,7 +27,7 @@ class ResourceIndex {
     /// The first `format` with this id, or null.
     XmlElement format(const std::string& id) const;
 
-  private:
+private:
     XmlElement resources_;
     std::unordered_map<std::string, std::vector<XmlElement>> assets_;
     std::unordered_map<std::string, XmlElement> media_;

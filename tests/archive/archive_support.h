@@ -18,7 +18,7 @@ std::string assetElement(const std::string& id, const std::string& file, const s
 
 /// Collects log lines as "<symbol> <message>" for exact comparisons.
 class LogCollector {
-  public:
+public:
     /// A logger that appends to this collector.
     Logger logger();
     /// Every line so far.
@@ -26,7 +26,7 @@ class LogCollector {
     /// Whether one line equals `line` exactly.
     bool contains(const std::string& line) const;
 
-  private:
+private:
     std::vector<std::string> lines_;
 };
 

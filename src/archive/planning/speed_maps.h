@@ -63,13 +63,13 @@ TimeMapKind timeMapKind(XmlElement clip);
 
 /// Folds the kinds of an asset's clips, in walk order, into the asset's status.
 class TimeMapStatusBuilder {
-  public:
+public:
     /// Takes the kind of the next clip.
     void add(const TimeMapKind& kind);
     /// The status of the kinds added so far (`noTimeMap` for none).
     TimeMapStatus status() const;
 
-  private:
+private:
     bool nonLinear_ = false;
     bool mixed_ = false;
     std::optional<Rational> firstFactor_;

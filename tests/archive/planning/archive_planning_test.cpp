@@ -17,7 +17,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 class ArchivePlanningRun : public ::testing::Test {
-  protected:
+protected:
     void SetUp() override { setPreferredLanguages({"de-DE"}); }
     void TearDown() override { setPreferredLanguages({}); }
 

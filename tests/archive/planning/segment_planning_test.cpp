@@ -16,7 +16,7 @@ using ::testing::HasSubstr;
 
 // Plans one asset of a document with the given settings and facts.
 class SegmentPlanning : public ::testing::Test {
-  protected:
+protected:
     AssetDecision plan(const std::string& resources, const std::vector<UsedRange>& ranges, double buffer = 5,
                        double minSegment = 1) {
         document_ = projectWith(resources, "");
@@ -32,7 +32,7 @@ class SegmentPlanning : public ::testing::Test {
     bool unreadable = false;
     LogCollector log;
 
-  private:
+private:
     std::shared_ptr<XmlDocument> document_;
     std::unique_ptr<ResourceIndex> index_;
     PlanningSettings settings_;

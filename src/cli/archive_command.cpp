@@ -1,9 +1,14 @@
 #include "cli/cli_session.h"
 
+#include "archive/media/archive_report.h"
+#include "archive/media/encoder_profile.h"
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
 #include "core/language.h"
 #include "fcpxml/xml.h"
+#include "platform/settings_store.h"
+
+#include <fmt/format.h>
 
 #include <iostream>
 #include <memory>
@@ -19,6 +24,7 @@ struct ArchiveOptions {
     std::string roles;
     std::optional<double> buffer;
     std::optional<double> minSegment;
+    std::string encoder;
     bool dryRun = false;
 };
 
@@ -43,6 +49,9 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
     }
     if (!options.roles.empty()) {
         controller.setIncludedRoles(splitRoles(options.roles));
+    }
+    if (!options.encoder.empty()) {
+        SettingsStore::setString("encoder", options.encoder);
     }
 }
 
@@ -83,6 +92,12 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
         ->check(CLI::PositiveNumber);
     command->add_option("--min-segment", options->minSegment, "Minimum media length in seconds (remembered)")
         ->check(CLI::PositiveNumber);
+    command
+        ->add_option("--encoder", options->encoder,
+                     fmt::format("Encoder profile (remembered; default: {})",
+                                 encoderProfileName(defaultEncoderProfile())))
+        ->check(CLI::IsMember({std::string(encoderProfileName(EncoderProfile::libx265)),
+                               std::string(encoderProfileName(EncoderProfile::hevcVideoToolbox))}));
     command->add_flag("--dry-run", options->dryRun, "Analyse and plan only; create and write nothing");
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
@@ -104,6 +119,9 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
         }
         controller.startArchiving();
         exitStatus = CliSession::exitStatusOf(controller.archivingStatus());
+        if (exitStatus == exitSuccess && controller.lastArchiveReport()) {
+            std::cout << archiveReportLine(*controller.lastArchiveReport()) << std::endl;
+        }
     });
 }
 

@@ -47,7 +47,7 @@ void addCommonOptions(CLI::App& command, CommonOptions& options);
 void registerRolesCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel grade PROJECT [-o DIR]`: the colour grading workflow.
 void registerGradeCommand(CLI::App& app, int& exitStatus);
-/// `tidyreel archive PROJECT [-o DIR] [--dry-run]`: the archive workflow, or its plan only.
+/// `tidyreel archive PROJECT [-o DIR] [--dry-run]`: the archive workflow and its report, or its plan only.
 void registerArchiveCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

@@ -193,6 +193,18 @@ XmlElement XmlElement::appendChild(const char* name) {
     return XmlElement(xmlNewChild(node_, nullptr, xmlText(name), nullptr));
 }
 
+void XmlElement::removeChildren(std::string_view name) {
+    xmlNodePtr child = node_->children;
+    while (child) {
+        xmlNodePtr next = child->next;
+        if (child->type == XML_ELEMENT_NODE && textView(child->name) == name) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
+}
+
 XmlElement XmlElement::insertChildBefore(const char* name, XmlElement sibling) {
     xmlNodePtr element = xmlNewDocNode(node_->doc, nullptr, xmlText(name), nullptr);
     return XmlElement(xmlAddPrevSibling(sibling.node(), element));

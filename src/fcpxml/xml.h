@@ -81,6 +81,8 @@ public:
 
     /// Appends a new, empty element child named `name` and returns it.
     XmlElement appendChild(const char* name);
+    /// Removes every element child named `name` with everything below it.
+    void removeChildren(std::string_view name);
     /// Inserts a new, empty element named `name` right before `sibling` (a child of this element).
     XmlElement insertChildBefore(const char* name, XmlElement sibling);
 

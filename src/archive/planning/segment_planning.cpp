@@ -176,7 +176,8 @@ void planSegments(AssetDecision& decision, const AssetInfo& info, const std::str
     for (std::size_t i = 0; i < merged.size(); ++i) {
         logger(LogEntryType::info, fmt::format("       merged[{}] {}", i, rangeText(merged[i])));
     }
-    std::vector<Segment> segments = snappedOutward(merged, frameDuration(id, facts.resources), logger);
+    const std::optional<Rational> frame = frameDuration(id, facts.resources);
+    std::vector<Segment> segments = snappedOutward(merged, frame, logger);
     if (segments.empty()) {
         decision.reason = SkipReason::noSegments;
         return;
@@ -196,8 +197,9 @@ void planSegments(AssetDecision& decision, const AssetInfo& info, const std::str
                        info.hasAudio ? "" : " [Video-only]"));
     decision.reason = SkipReason::none;
     decision.kept = kept;
-    decision.plan = TrimPlan{
-        id, info.path, info.originalSrc, duration, info.hasAudio, std::move(segments), merged, info.start};
+    decision.plan = TrimPlan{id,       info.path,     info.originalSrc,
+                             duration, info.hasAudio, std::move(segments),
+                             merged,   info.start,    frame};
 }
 
 // Everything from the media type to the segments; sets `decision.reason`.

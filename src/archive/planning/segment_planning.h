@@ -25,6 +25,7 @@ struct TrimPlan {
     std::vector<Segment> segments;          ///< kept segments after the frame-grid snap, ascending, disjoint
     std::vector<Segment> originalSegments;  ///< the same before the snap
     Rational origin;                        ///< the asset's `start` (timecode origin); 0 for most media
+    std::optional<Rational> frameDuration;  ///< the media's frame duration, when its format states it
 };
 
 /// Seconds of trim handle and minimum length, as set and as used in the maths.

@@ -1,9 +1,6 @@
 #include "archive/archive_support.h"
 
-#include "test_support.h"
-
 #include <algorithm>
-#include <cstdlib>
 
 namespace tidyreel::test {
 
@@ -21,27 +18,6 @@ std::string assetElement(const std::string& id, const std::string& file, const s
     return "<asset id=\"" + id + "\" name=\"" + id + "\" start=\"0s\" duration=\"" + duration + "\" " +
            extraAttributes + "><media-rep kind=\"original-media\" src=\"file:///media/" + file +
            "\"/></asset>";
-}
-
-std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body) {
-    writeTextFile(file, "#!/bin/sh\n" + body + "\n");
-    std::filesystem::permissions(file, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);
-    return file;
-}
-
-ScopedEnvironment::ScopedEnvironment(std::string name, const std::string& value) : name_(std::move(name)) {
-    if (const char* old = std::getenv(name_.c_str())) {
-        previous_ = old;
-    }
-    setenv(name_.c_str(), value.c_str(), 1);
-}
-
-ScopedEnvironment::~ScopedEnvironment() {
-    if (previous_) {
-        setenv(name_.c_str(), previous_->c_str(), 1);
-    } else {
-        unsetenv(name_.c_str());
-    }
 }
 
 Logger LogCollector::logger() {

@@ -3,9 +3,7 @@
 #include "core/export_context.h"
 #include "fcpxml/xml.h"
 
-#include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,22 +15,6 @@ std::shared_ptr<XmlDocument> projectWith(const std::string& resources, const std
 /// An `asset` element text with one original-media `media-rep`.
 std::string assetElement(const std::string& id, const std::string& file, const std::string& duration,
                          const std::string& extraAttributes = "hasVideo=\"1\" hasAudio=\"1\" format=\"f1\"");
-
-/// Writes an executable shell script (a stand-in for a tool) and returns its path.
-std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);
-
-/// Sets an environment variable for the life of the object, restoring the old value afterwards.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(std::string name, const std::string& value);
-    ~ScopedEnvironment();
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    std::string name_;
-    std::optional<std::string> previous_;
-};
 
 /// Collects log lines as "<symbol> <message>" for exact comparisons.
 class LogCollector {

@@ -40,8 +40,10 @@ TEST(MediaReferences, TrimmedAssetsBecomeNewMediaAndCopiesKeepTheirIdentity) {
     const auto document = test::projectWith(
         "<asset id=\"t\" uid=\"OLD1\"><media-rep kind=\"original-media\" sig=\"OLD1\" src=\"file:///a.mov\">"
         "<bookmark>x</bookmark></media-rep></asset>"
-        "<asset id=\"w\" uid=\"OLD2\"><media-rep kind=\"original-media\" sig=\"OLD2\" src=\"file:///b.mov\"/></asset>"
-        "<asset id=\"o\" uid=\"OLD3\"><media-rep kind=\"original-media\" sig=\"OLD3\" src=\"file:///c.mov\"/></asset>"
+        "<asset id=\"w\" uid=\"OLD2\"><media-rep kind=\"original-media\" sig=\"OLD2\" "
+        "src=\"file:///b.mov\"/></asset>"
+        "<asset id=\"o\" uid=\"OLD3\"><media-rep kind=\"original-media\" sig=\"OLD3\" "
+        "src=\"file:///c.mov\"/></asset>"
         "<asset id=\"v\" uid=\"OLD4\" src=\"file:///d.mov\"/>",
         "");
     BundledAssetRegistry registry;
@@ -66,7 +68,8 @@ TEST(MediaReferences, TrimmedAssetsBecomeNewMediaAndCopiesKeepTheirIdentity) {
 
 TEST(RenameProjects, EveryNamedProjectGetsTheSuffix) {
     const auto document = XmlDocument::parse(
-        "<fcpxml><library><event><project name=\"Trailer\"/><project name=\"Cut 2\"/><project/></event></library>"
+        "<fcpxml><library><event><project name=\"Trailer\"/><project name=\"Cut "
+        "2\"/><project/></event></library>"
         "</fcpxml>");
     renameProjects(*document, "20250314_0930_archiv");
     const std::vector<XmlElement> projects = document->xpath("//project");
@@ -99,12 +102,12 @@ TEST_F(BundleWrite, WritesInfoAndCopiesTheSourceBundlesContents) {
     const std::filesystem::path bundle = folder / "out" / "archiv_Film.fcpxmld";
     EXPECT_EQ(test::readTextFile(bundle / "Contents" / "tracking.dat"), "data");
     EXPECT_THAT(test::readTextFile(bundle / "Info.fcpxml"), ::testing::HasSubstr("P (20250314_0930_archiv)"));
-    EXPECT_THAT(log.lines(),
-                ElementsAre("ℹ️ Schreibe Archiv-Bundle...", "ℹ️   → Bundle-Verzeichnis angelegt: archiv_Film.fcpxmld",
-                            "ℹ️   → Media-Ordner angelegt: Media",
-                            "✅   ✓ Contents/-Sidecar übernommen (Object-Tracking-Daten)",
-                            "✅   ✓ Bundle geschrieben: archiv_Film.fcpxmld",
-                            "ℹ️   → Info.fcpxml: " + (bundle / "Info.fcpxml").string()));
+    EXPECT_THAT(log.lines(), ElementsAre("ℹ️ Schreibe Archiv-Bundle...",
+                                         "ℹ️   → Bundle-Verzeichnis angelegt: archiv_Film.fcpxmld",
+                                         "ℹ️   → Media-Ordner angelegt: Media",
+                                         "✅   ✓ Contents/-Sidecar übernommen (Object-Tracking-Daten)",
+                                         "✅   ✓ Bundle geschrieben: archiv_Film.fcpxmld",
+                                         "ℹ️   → Info.fcpxml: " + (bundle / "Info.fcpxml").string()));
     LogCollector again;
     context.logger = again.logger();
     ArchiveBundleWriteTask("Bundle schreiben", true).execute(context);
@@ -131,8 +134,8 @@ TEST_F(BundleWrite, ReportMeasuresSourcesAndBundleMedia) {
     test::writeTextFile(folder / "src" / "a b.mov", std::string(1'500'000, 'x'));
     test::writeTextFile(archiveMediaFolder(context) / "a b_trimmed.mov", std::string(500'000, 'x'));
     test::writeTextFile(archiveMediaFolder(context) / "sub" / "extra", std::string(100'000, 'x'));
-    context.bundledAssets->registerAsset("r1", {"./Media/a b_trimmed.mov",
-                                                MediaPath::url((folder / "src" / "a b.mov").string()), true});
+    context.bundledAssets->registerAsset(
+        "r1", {"./Media/a b_trimmed.mov", MediaPath::url((folder / "src" / "a b.mov").string()), true});
     context.bundledAssets->registerAsset("r2", {"./Media/x.mov", "file:///nowhere/x.mov", false});
     const ArchiveReport report = computeArchiveReport(context);
     EXPECT_EQ(report.originalSize, 1'500'000);

@@ -18,9 +18,10 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
 std::string mediaAsset(const std::string& id, const std::filesystem::path& file, const std::string& flags) {
-    return "<asset id=\"" + id + "\" " + flags + "><media-rep kind=\"proxy-media\" src=\"file:///proxy/p.mov\"/>"
-           "<media-rep kind=\"original-media\" src=\"" + MediaPath::url(file.string()) +
-           "\"><bookmark>abc</bookmark></media-rep></asset>";
+    return "<asset id=\"" + id + "\" " + flags +
+           "><media-rep kind=\"proxy-media\" src=\"file:///proxy/p.mov\"/>"
+           "<media-rep kind=\"original-media\" src=\"" +
+           MediaPath::url(file.string()) + "\"><bookmark>abc</bookmark></media-rep></asset>";
 }
 
 class BypassCopy : public ::testing::Test {
@@ -49,26 +50,30 @@ TEST_F(BypassCopy, CopiesMediaAssetsAndRepointsThem) {
     test::writeTextFile(folder / "card" / "C0001.MOV", "video");
     test::writeTextFile(folder / "card" / "still.png", "png");
     EXPECT_EQ(run(mediaAsset("r1", folder / "card" / "C0001.MOV", "hasVideo=\"1\" hasAudio=\"1\"") +
-                  mediaAsset("r2", folder / "card" / "still.png", "hasVideo=\"1\"") +
-                  mediaAsset("r3", folder / "card" / "none.xml", "hasVideo=\"0\" hasAudio=\"0\"") +
-                  mediaAsset("r4", folder / "card" / "planned.mov", "hasVideo=\"1\""),
+                      mediaAsset("r2", folder / "card" / "still.png", "hasVideo=\"1\"") +
+                      mediaAsset("r3", folder / "card" / "none.xml", "hasVideo=\"0\" hasAudio=\"0\"") +
+                      mediaAsset("r4", folder / "card" / "planned.mov", "hasVideo=\"1\""),
                   {"r4"}),
               0);
     EXPECT_EQ(test::readTextFile(media("C0001.MOV")), "video");
     EXPECT_EQ(test::readTextFile(media("still.png")), "png");
-    const XmlElement original = context.xmlDocument->first("//asset[@id='r1']/media-rep[@kind='original-media']");
+    const XmlElement original =
+        context.xmlDocument->first("//asset[@id='r1']/media-rep[@kind='original-media']");
     EXPECT_EQ(original.attribute("src"), MediaPath::url(media("C0001.MOV").string()));
     EXPECT_FALSE(original.firstChild("bookmark"));
-    EXPECT_EQ(context.xmlDocument->first("//asset[@id='r1']/media-rep").attribute("src"), "file:///proxy/p.mov");
-    EXPECT_EQ(context.bundledAssets->snapshot().at("r1"),
-              (Registration{"./Media/C0001.MOV", MediaPath::url((folder / "card" / "C0001.MOV").string()), false}));
+    EXPECT_EQ(context.xmlDocument->first("//asset[@id='r1']/media-rep").attribute("src"),
+              "file:///proxy/p.mov");
+    EXPECT_EQ(
+        context.bundledAssets->snapshot().at("r1"),
+        (Registration{"./Media/C0001.MOV", MediaPath::url((folder / "card" / "C0001.MOV").string()), false}));
     EXPECT_EQ(context.bundledAssets->snapshot().size(), 2u);
     EXPECT_THAT(log.lines(), Contains("ℹ️ └─ Assets zu kopieren: 2"));
     EXPECT_THAT(log.lines(), Contains("ℹ️   → COPY: C0001.MOV"));
     EXPECT_THAT(log.lines(), Contains("✅      ✓ ERFOLG"));
     EXPECT_THAT(std::vector<std::string>(log.lines().end() - 5, log.lines().end()),
-                ElementsAre("ℹ️ ┌─ DIAGNOSE: Bypass-Kopie-Ergebnis", "ℹ️ │  Kopiert: 2", "ℹ️ │  Bereits vorhanden: 0",
-                            "ℹ️ │  FEHLGESCHLAGEN: 0", "ℹ️ └─ Gesamt verarbeitet: 2"));
+                ElementsAre("ℹ️ ┌─ DIAGNOSE: Bypass-Kopie-Ergebnis", "ℹ️ │  Kopiert: 2",
+                            "ℹ️ │  Bereits vorhanden: 0", "ℹ️ │  FEHLGESCHLAGEN: 0",
+                            "ℹ️ └─ Gesamt verarbeitet: 2"));
 }
 
 TEST_F(BypassCopy, DiagnosisBoxAndEmptyList) {
@@ -129,7 +134,8 @@ TEST_F(BypassCopy, AnUnrecordedFileOfAnotherSizeIsNotTakenForTheCopy) {
 }
 
 TEST(PointAssetAtFile, OldStyleAssetsKeepTheirSourceOnTheAsset) {
-    const auto document = test::projectWith("<asset id=\"r1\" src=\"file:///old/a.mov\" hasVideo=\"1\"/>", "");
+    const auto document =
+        test::projectWith("<asset id=\"r1\" src=\"file:///old/a.mov\" hasVideo=\"1\"/>", "");
     pointAssetAtFile(document->first("//asset"), "/new place/a.mov");
     EXPECT_EQ(document->first("//asset").attribute("src"), "file:///new%20place/a.mov");
 }

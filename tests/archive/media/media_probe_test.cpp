@@ -50,31 +50,34 @@ TEST(CodecProbe, MissingFieldsReadAsUnknown) {
 }
 
 TEST(CodecProbe, RejectsOutputWithoutAVideoStream) {
-    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[]})"); }), "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[]})"); }),
+              "No video stream found in ffprobe output");
     EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({})"); }), "No video stream found in ffprobe output");
-    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[1]})"); }), "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[1]})"); }),
+              "No video stream found in ffprobe output");
     EXPECT_EQ(probeFailure([] { parseCodecProbe("[]"); }), "ffprobe output not parseable as JSON");
     EXPECT_EQ(probeFailure([] { parseCodecProbe("Invalid data"); }), "ffprobe output not parseable as JSON");
 }
 
 TEST(DurationProbe, MultipliesTheTimeBase) {
-    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1/25","duration_ts":250}],"format":{"duration":"10"}})"),
+    EXPECT_EQ(parseDurationProbe(
+                  R"({"streams":[{"time_base":"1/25","duration_ts":250}],"format":{"duration":"10"}})"),
               Rational(10));
-    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1/600","duration_ts":"7"}]})"), Rational(7, 600));
+    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1/600","duration_ts":"7"}]})"),
+              Rational(7, 600));
     EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1001/30000","duration_ts":300}]})"),
               Rational(1001, 100));
 }
 
 TEST(DurationProbe, RejectsBadTimeBasesAndMissingFields) {
     const std::string message = "duration_ts/time_base nicht in ffprobe output gefunden";
-    for (const char* json : {R"({"streams":[{"time_base":"1/0","duration_ts":1}]})",
-                             R"({"streams":[{"time_base":"25","duration_ts":1}]})",
-                             R"({"streams":[{"time_base":"1/","duration_ts":1}]})",
-                             R"({"streams":[{"time_base":"1/2/3","duration_ts":1}]})",
-                             R"({"streams":[{"time_base":"1/25"}]})",
-                             R"({"streams":[{"time_base":"1/25","duration_ts":null}]})",
-                             R"({"streams":[{"time_base":"4611686018427387904/1","duration_ts":4}]})",
-                             R"({"streams":[]})"}) {
+    for (const char* json :
+         {R"({"streams":[{"time_base":"1/0","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"25","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"1/","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"1/2/3","duration_ts":1}]})", R"({"streams":[{"time_base":"1/25"}]})",
+          R"({"streams":[{"time_base":"1/25","duration_ts":null}]})",
+          R"({"streams":[{"time_base":"4611686018427387904/1","duration_ts":4}]})", R"({"streams":[]})"}) {
         EXPECT_EQ(probeFailure([&] { parseDurationProbe(json); }), message) << json;
     }
 }
@@ -99,16 +102,18 @@ TEST(ProResRule, NeedsAllFourFacts) {
 TEST(ProbeArguments, NineEntriesEach) {
     EXPECT_EQ(codecProbeArguments("/m/a b.mov"),
               (std::vector<std::string>{"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                        "stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder", "-of",
-                                        "json", "/m/a b.mov"}));
+                                        "stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder",
+                                        "-of", "json", "/m/a b.mov"}));
     EXPECT_EQ(durationProbeArguments("/m/a.mov")[5], "stream=time_base,duration_ts:format=duration");
 }
 
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     test::TempFolder folder;
     const test::ScopedEnvironment probe(
-        "TIDYREEL_FFPROBE", test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1").string());
-    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }), "ffprobe failed (status 1): No such file\n");
+        "TIDYREEL_FFPROBE",
+        test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1").string());
+    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }),
+              "ffprobe failed (status 1): No such file\n");
     const test::ScopedEnvironment badBytes(
         "TIDYREEL_FFPROBE", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1").string());
     EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov"); }), "ffprobe failed (status 1): ?");

@@ -29,7 +29,8 @@ protected:
         context.projectName = "Film";
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();
         context.xmlDocument = test::projectWith(
-            "<asset id=\"r1\" hasVideo=\"1\"><media-rep kind=\"original-media\" src=\"file:///x\"/></asset>", "");
+            "<asset id=\"r1\" hasVideo=\"1\"><media-rep kind=\"original-media\" src=\"file:///x\"/></asset>",
+            "");
         test::writeTextFile(folder / "src" / "A001.m4v", "source media");
         prepareArchiveFolder(context);
         context.logger = log.logger();
@@ -45,8 +46,10 @@ protected:
                               "echo \"$*\" >> '" + (folder / "calls.txt").string() +
                                   "'\n"
                                   "for last; do :; done\n"
-                                  "if [ \"$2\" = concat ]; then ls >> '" + (folder / "pieces.txt").string() +
-                                  "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" + ffmpegExit)
+                                  "if [ \"$2\" = concat ]; then ls >> '" +
+                                  (folder / "pieces.txt").string() +
+                                  "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" +
+                                  ffmpegExit)
                 .string());
         ffprobe = std::make_unique<ScopedEnvironment>(
             "TIDYREEL_FFPROBE", test::writeScript(folder / "bin" / "ffprobe",
@@ -57,11 +60,20 @@ protected:
     }
 
     TrimPlan plan(std::vector<Segment> segments) const {
-        return TrimPlan{"r1",     (folder / "src" / "A001.m4v").string(), "file:///src/A001.m4v", 100, true, segments,
-                        segments, 0, Rational(1, 25)};
+        return TrimPlan{"r1",
+                        (folder / "src" / "A001.m4v").string(),
+                        "file:///src/A001.m4v",
+                        100,
+                        true,
+                        segments,
+                        segments,
+                        0,
+                        Rational(1, 25)};
     }
 
-    std::vector<std::string> calls() const { return test::splitLines(test::readTextFile(folder / "calls.txt")); }
+    std::vector<std::string> calls() const {
+        return test::splitLines(test::readTextFile(folder / "calls.txt"));
+    }
 
     test::IsolatedUserFolders user;
     test::TempFolder folder;
@@ -98,7 +110,8 @@ TEST_F(SegmentTrimming, SeveralSegmentsAreCutIntoATemporaryFolderAndJoined) {
     EXPECT_THAT(result.drifts, ElementsAre(Rational(1, 25), Rational(1, 25), Rational(1, 25)));
     EXPECT_THAT(log.lines(), Contains("ℹ️        Segment 2: nominal=10s, gemessen=251/25s, drift=1/25s"));
     EXPECT_THAT(log.lines(), Contains(::testing::StartsWith("ℹ️     Segment 3/3: ffmpeg -i ")));
-    EXPECT_THAT(log.lines(), Contains(::testing::StartsWith("ℹ️     Concat (3 Segmente): ffmpeg -f concat")));
+    EXPECT_THAT(log.lines(),
+                Contains(::testing::StartsWith("ℹ️     Concat (3 Segmente): ffmpeg -f concat")));
     for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
         EXPECT_THAT(entry.path().filename().string(), ::testing::Not(::testing::StartsWith("tidyreel-r1-")));
     }
@@ -112,9 +125,11 @@ TEST_F(SegmentTrimming, AVFoundationProRes4444IsCutByStreamCopy) {
     EXPECT_THAT(result.drifts, ElementsAre(Rational(0), Rational(0)));
     EXPECT_THAT(calls()[0], ::testing::StartsWith("-ss 0.000000 -i "));
     EXPECT_THAT(calls()[0], HasSubstr("-c copy -avoid_negative_ts make_zero"));
-    EXPECT_THAT(log.lines(), Contains("ℹ️        → Segment 1/2: ProRes 4444 (AVFoundation) → Stream-Copy"));
-    EXPECT_THAT(log.lines(), Contains("ℹ️        ProRes 4444 (AVFoundation) Stream-Copy: Drift-Neutralisierung, alle "
-                                      "Segmente drift=0"));
+    EXPECT_THAT(log.lines(),
+                Contains("ℹ️        → Segment 1/2: ProRes 4444 (AVFoundation) → Stream-Copy"));
+    EXPECT_THAT(log.lines(),
+                Contains("ℹ️        ProRes 4444 (AVFoundation) Stream-Copy: Drift-Neutralisierung, alle "
+                         "Segmente drift=0"));
 }
 
 TEST_F(SegmentTrimming, FailedCutRemovesItsOutputAndCopiesTheSourceWhole) {
@@ -133,7 +148,8 @@ TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {
     TrimPlan snapped = plan({{Rational(24, 25), 10}});
     snapped.originalSegments = {{Rational(99, 100), 10}};
     trimPlannedAsset(snapped, context, 0, 1);
-    EXPECT_EQ(log.lines()[0], "ℹ️   → Asset r1: seg.0 Frame-Snap 99/100s → 24/25s (Frame 24, Δ=-3/100s)");
+    EXPECT_EQ(log.lines()[0],
+              "ℹ️   → Asset r1: seg.0 Frame-Snap 99/100s → 24/25s (Frame 24, Δ=-3/100s)");
     EXPECT_EQ(log.lines()[1], "ℹ️   → Schneide Asset r1...");
     EXPECT_EQ(log.lines().back(), "✅     ✓ Gespeichert: A001_trimmed.m4v");
 }
@@ -141,8 +157,9 @@ TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {
 TEST_F(SegmentTrimming, FallbackRefusesSymbolicLinksAndEmptyFiles) {
     std::filesystem::create_symlink(folder / "src" / "A001.m4v", archiveMediaFolder(context) / "A001.m4v");
     fallbackCopy(plan({{0, 10}}), context);
-    EXPECT_EQ(log.lines().back(),
-              "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel ist kein reguläres File (Symlink oder anderer Typ)");
+    EXPECT_EQ(
+        log.lines().back(),
+        "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     EXPECT_TRUE(context.bundledAssets->snapshot().empty());
 }
 

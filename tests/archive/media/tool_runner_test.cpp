@@ -46,7 +46,8 @@ TEST_F(ToolRunner, PassesArgumentsUnquotedAndLogsThemQuoted) {
     const std::filesystem::path received = folder / "arguments.txt";
     standInFFmpeg("for a in \"$@\"; do echo \"[$a]\" >> '" + received.string() + "'; done");
     runFFmpeg({"-i", "/media/My Clip.mov", "-y", "out put.mov"}, "Trim", std::nullopt, context);
-    EXPECT_THAT(log.lines(), ElementsAre("ℹ️     Trim: ffmpeg -i \"/media/My Clip.mov\" -y \"out put.mov\""));
+    EXPECT_THAT(log.lines(),
+                ElementsAre("ℹ️     Trim: ffmpeg -i \"/media/My Clip.mov\" -y \"out put.mov\""));
     EXPECT_EQ(test::readTextFile(received), "[-i]\n[/media/My Clip.mov]\n[-y]\n[out put.mov]\n");
 }
 
@@ -59,8 +60,9 @@ TEST_F(ToolRunner, RunsInTheGivenWorkingFolder) {
 
 TEST_F(ToolRunner, FailureLogsTheLastTenNonEmptyLinesOfAHugeStandardError) {
     // Far more than a pipe holds, so the runner must drain it while the tool runs.
-    standInFFmpeg("i=0; while [ $i -lt 3000 ]; do echo \"noise line $i with some padding to fill the pipe\" >&2; "
-                  "echo >&2; i=$((i+1)); done; exit 3");
+    standInFFmpeg(
+        "i=0; while [ $i -lt 3000 ]; do echo \"noise line $i with some padding to fill the pipe\" >&2; "
+        "echo >&2; i=$((i+1)); done; exit 3");
     const Error error = failure();
     EXPECT_EQ(error.domain(), "ffmpeg");
     EXPECT_EQ(error.code(), 3);
@@ -90,8 +92,9 @@ TEST_F(ToolRunner, MissingFFmpegFailsBeforeAnyLine) {
 }
 
 TEST_F(ToolRunner, ReportsProgressFromTheEncoderStatistics) {
-    standInFFmpeg("printf 'frame=  10 fps=0.0 time=00:00:01.50 bitrate=N/A\\r' >&2; sleep 0.3; "
-                  "printf 'frame=  99 fps=0.0 time=00:01:02.25 bitrate=N/A\\r' >&2");
+    standInFFmpeg(
+        "printf 'frame=  10 fps=0.0 time=00:00:01.50 bitrate=N/A\\r' >&2; sleep 0.3; "
+        "printf 'frame=  99 fps=0.0 time=00:01:02.25 bitrate=N/A\\r' >&2");
     std::vector<double> seconds;
     runFFmpeg({}, "Trim", std::nullopt, context, [&](double s) { seconds.push_back(s); });
     ASSERT_FALSE(seconds.empty());

@@ -34,4 +34,9 @@ std::string BundledAssetRegistry::claimMediaName(
     return mediaNames_.claim(sourcePath, desiredName, mayTakeUnrecordedFile);
 }
 
+void BundledAssetRegistry::saveMediaNames() {
+    const std::lock_guard guard(lock_);
+    mediaNames_.save();
+}
+
 }  // namespace tidyreel

@@ -36,6 +36,8 @@ public:
     /// The file name in `Media` for a source (see `MediaNameBook::claim`).
     std::string claimMediaName(const std::string& sourcePath, const std::string& desiredName,
                                const MediaNameBook::UnrecordedFileTest& mayTakeUnrecordedFile);
+    /// Writes the media names claimed so far into the bundle.
+    void saveMediaNames();
 
 private:
     mutable std::mutex lock_;

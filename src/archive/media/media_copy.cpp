@@ -176,6 +176,7 @@ int bypassCopyPhase(ArchiveExportContext& context, const std::set<std::string>& 
         context.reportProgress(counts.walked++, static_cast<int>(assets.size()), progressText);
         copyAsset(context, asset, counts, static_cast<int>(assets.size()));
     }
+    context.bundledAssets->saveMediaNames();
     context.log(LogEntryType::info, "┌─ DIAGNOSE: Bypass-Kopie-Ergebnis");
     context.log(LogEntryType::info, fmt::format("│  Kopiert: {}", counts.copied));
     context.log(LogEntryType::info, fmt::format("│  Bereits vorhanden: {}", counts.present));

@@ -45,7 +45,7 @@ std::string MediaNameBook::claim(const std::string& sourcePath, const std::strin
     }
     if (sourceByName_[name] != sourcePath) {
         sourceByName_[name] = sourcePath;
-        save();
+        unsaved_ = true;
     }
     return name;
 }
@@ -63,8 +63,8 @@ bool MediaNameBook::isAvailable(const std::string& name, const std::string& sour
     return !std::filesystem::exists(existing, status) || mayTakeUnrecordedFile(existing);
 }
 
-void MediaNameBook::save() const {
-    if (!bundleFolder_) {
+void MediaNameBook::save() {
+    if (!bundleFolder_ || !unsaved_) {
         return;
     }
     nlohmann::json book = nlohmann::json::object();
@@ -72,6 +72,7 @@ void MediaNameBook::save() const {
         book[name] = source;
     }
     writeFileAtomically(*bundleFolder_ / kBookFileName, book.dump(2) + "\n");
+    unsaved_ = false;
 }
 
 }  // namespace tidyreel

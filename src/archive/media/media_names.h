@@ -22,17 +22,20 @@ public:
     explicit MediaNameBook(std::filesystem::path bundleFolder);
 
     /// The file name in `Media` for the source: `desiredName` when it is free or already this source's,
-    /// else the first free "stem-2.ext", "stem-3.ext", …; records and saves the claim.
+    /// else the first free "stem-2.ext", "stem-3.ext", …; records the claim.
     std::string claim(const std::string& sourcePath, const std::string& desiredName,
                       const UnrecordedFileTest& mayTakeUnrecordedFile);
+    /// Writes new claims into the bundle. Called after each phase rather than each claim, so that thousands
+    /// of copies do not rewrite the book thousands of times.
+    void save();
 
 private:
     bool isAvailable(const std::string& name, const std::string& sourcePath,
                      const UnrecordedFileTest& mayTakeUnrecordedFile) const;
-    void save() const;
 
     std::optional<std::filesystem::path> bundleFolder_;
     std::map<std::string, std::string> sourceByName_;
+    bool unsaved_ = false;
 };
 
 }  // namespace tidyreel

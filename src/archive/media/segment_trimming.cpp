@@ -290,15 +290,16 @@ std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExport
                                              int count) {
     logFrameSnaps(plan, context);
     context.log(LogEntryType::info, "  → Schneide Asset " + plan.assetID + "...");
+    std::optional<TrimmedMedia> trimmed;
     try {
-        TrimmedMedia trimmed = trimAsset(plan, context, index, count);
-        context.log(LogEntryType::success, "    ✓ Gespeichert: " + trimmed.file.filename().string());
-        return trimmed;
+        trimmed = trimAsset(plan, context, index, count);
+        context.log(LogEntryType::success, "    ✓ Gespeichert: " + trimmed->file.filename().string());
     } catch (const std::exception& error) {
         context.log(LogEntryType::error, std::string("    ✗ Trim fehlgeschlagen: ") + error.what());
         fallbackCopy(plan, context);
-        return std::nullopt;
     }
+    context.bundledAssets->saveMediaNames();
+    return trimmed;
 }
 
 }  // namespace tidyreel

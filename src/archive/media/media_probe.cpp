@@ -77,6 +77,25 @@ std::optional<std::int64_t> int64Value(const json& stream, const char* key) {
     return std::nullopt;
 }
 
+// A stream time base "numerator/denominator" with a non-zero denominator.
+struct TimeBase {
+    std::int64_t numerator;
+    std::int64_t denominator;
+};
+
+std::optional<TimeBase> parsedTimeBase(const std::string& text) {
+    const std::size_t slash = text.find('/');
+    if (slash == std::string::npos) {
+        return std::nullopt;
+    }
+    const std::optional<std::int64_t> numerator = detail::parseInt64(text.substr(0, slash));
+    const std::optional<std::int64_t> denominator = detail::parseInt64(text.substr(slash + 1));
+    if (!numerator || !denominator || *denominator == 0) {
+        return std::nullopt;
+    }
+    return TimeBase{*numerator, *denominator};
+}
+
 std::string textOr(const json& object, const char* key, const std::string& fallback) {
     const auto value = object.find(key);
     return value != object.end() && value->is_string() ? value->get<std::string>() : fallback;
@@ -132,19 +151,15 @@ Rational parseDurationProbe(std::string_view text) {
     if (!stream) {
         throw ProbeError(kNoDuration);
     }
-    const std::string timeBase = textOr(*stream, "time_base", "");
-    const std::size_t slash = timeBase.find('/');
-    const std::optional<std::int64_t> numerator =
-        slash == std::string::npos ? std::nullopt : detail::parseInt64(timeBase.substr(0, slash));
-    const std::optional<std::int64_t> denominator =
-        slash == std::string::npos ? std::nullopt : detail::parseInt64(timeBase.substr(slash + 1));
+    const std::optional<TimeBase> timeBase = parsedTimeBase(textOr(*stream, "time_base", ""));
     const std::optional<std::int64_t> durationTs = int64Value(*stream, "duration_ts");
-    std::int64_t product = 0;
-    if (!numerator || !denominator || *denominator == 0 || !durationTs ||
-        __builtin_mul_overflow(*durationTs, *numerator, &product)) {
+    if (!timeBase || !durationTs) {
         throw ProbeError(kNoDuration);
     }
-    const auto value = detail::reduced(product, *denominator);
+    std::int64_t product = 0;
+    const auto value = __builtin_mul_overflow(*durationTs, timeBase->numerator, &product)
+                           ? std::nullopt
+                           : detail::reduced(product, timeBase->denominator);
     if (!value) {
         throw ProbeError(kNoDuration);
     }

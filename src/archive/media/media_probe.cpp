@@ -27,6 +27,10 @@ std::string runProbe(const std::vector<std::string>& arguments) {
     request.standardErrorChunk = [&](std::string_view chunk) { standardError.append(chunk); };
     const ProcessResult result = runProcess(request);
     if (result.exitStatus != 0) {
+        // The tool's closing line break would leave an empty line in the log.
+        while (!standardError.empty() && (standardError.back() == '\n' || standardError.back() == '\r')) {
+            standardError.pop_back();
+        }
         throw ProbeError(fmt::format("ffprobe failed (status {}): {}", result.exitStatus,
                                      isValidUTF8(standardError) ? standardError : "?"));
     }

@@ -35,12 +35,14 @@ ProcessResult runProcess(const ProcessRequest& request) {
     if (!request.captureStandardOutput) {
         process.setStandardOutputFile(QProcess::nullDevice());
     }
-    process.start(QIODevice::ReadOnly);
+    process.start();
     if (!process.waitForStarted(-1)) {
         throw Error("Process", static_cast<int>(process.error()),
                     localized("Programm konnte nicht gestartet werden: ", "Could not start program: ") +
                         request.executable.string() + " (" + process.errorString().toStdString() + ")");
     }
+    // Tools get an empty standard input: ffmpeg would otherwise wait for keyboard commands on it.
+    process.closeWriteChannel();
     while (!process.waitForFinished(kPollMilliseconds)) {
         if (process.state() == QProcess::NotRunning) {
             break;

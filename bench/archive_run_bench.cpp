@@ -126,7 +126,8 @@ void copyWithRunCopy(benchmark::State& state) {
     const fs::path target = workFolder() / "big-copy.bin";
     for (auto _ : state) {
         fs::remove(target);
-        tidyreel::runCopy(source, target, context, state.range(0) ? tidyreel::ToolProgress([](double) {}) : tidyreel::ToolProgress());
+        tidyreel::runCopy(source, target, context,
+                          state.range(0) ? tidyreel::ToolProgress([](double) {}) : tidyreel::ToolProgress());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * fs::file_size(bigFile())));
 }

@@ -112,8 +112,7 @@ TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     const test::ScopedEnvironment probe(
         "TIDYREEL_FFPROBE",
         test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1").string());
-    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }),
-              "ffprobe failed (status 1): No such file");
+    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }), "ffprobe failed (status 1): No such file");
     const test::ScopedEnvironment badBytes(
         "TIDYREEL_FFPROBE", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1").string());
     EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov"); }), "ffprobe failed (status 1): ?");

@@ -112,6 +112,27 @@ CommandResult runTidyreel(const std::vector<std::string>& arguments, const Isola
     return result;
 }
 
+std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body) {
+    writeTextFile(file, "#!/bin/sh\n" + body + "\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);
+    return file;
+}
+
+ScopedEnvironment::ScopedEnvironment(std::string name, const std::string& value) : name_(std::move(name)) {
+    if (const char* old = std::getenv(name_.c_str())) {
+        previous_ = old;
+    }
+    setenv(name_.c_str(), value.c_str(), 1);
+}
+
+ScopedEnvironment::~ScopedEnvironment() {
+    if (previous_) {
+        setenv(name_.c_str(), previous_->c_str(), 1);
+    } else {
+        unsetenv(name_.c_str());
+    }
+}
+
 void writeTextFile(const std::filesystem::path& file, const std::string& text) {
     if (file.has_parent_path()) {
         std::filesystem::create_directories(file.parent_path());

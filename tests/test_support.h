@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,22 @@ struct CommandResult {
 
 /// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits.
 CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders);
+
+/// Writes an executable shell script (a stand-in for a tool) and returns its path.
+std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);
+
+/// Sets an environment variable for the life of the object, restoring the old value afterwards.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::string& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    std::string name_;
+    std::optional<std::string> previous_;
+};
 
 /// Writes text to a file, creating its folder.
 void writeTextFile(const std::filesystem::path& file, const std::string& text);

@@ -56,9 +56,9 @@ void CliSession::printProgress(const ProcessingProgress& progress) {
     }
     constexpr int width = 30;
     const int filled = std::clamp(progress.current * width / progress.total, 0, width);
-    std::cerr << fmt::format("\r[{}{}] {}/{} {}", std::string(static_cast<std::size_t>(filled), '#'),
-                             std::string(static_cast<std::size_t>(width - filled), ' '), progress.current,
-                             progress.total, progress.taskName)
+    std::cerr << fmt::format("\r\033[K[{}{}] {:3}% {}", std::string(static_cast<std::size_t>(filled), '#'),
+                             std::string(static_cast<std::size_t>(width - filled), ' '),
+                             std::clamp(progress.current * 100 / progress.total, 0, 100), progress.taskName)
               << std::flush;
     progressLineOpen_ = true;
 }

@@ -62,5 +62,7 @@ void registerGradeCommand(CLI::App& app, int& exitStatus);
 void registerEffectsCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel describe PROJECT [-o DIR] [--chapters] [--descriptions] [--description1/2 TEXT]`: descriptions.
 void registerDescribeCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel archive PROJECT [-o DIR] [--dry-run]`: the archive workflow and its report, or its plan only.
+void registerArchiveCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

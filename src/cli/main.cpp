@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     tidyreel::cli::registerGradeCommand(app, exitStatus);
     tidyreel::cli::registerEffectsCommand(app, exitStatus);
     tidyreel::cli::registerDescribeCommand(app, exitStatus);
+    tidyreel::cli::registerArchiveCommand(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

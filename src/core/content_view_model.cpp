@@ -1,10 +1,12 @@
 #include "core/content_view_model.h"
 
+#include "archive/media/archive_report.h"
 #include "core/language.h"
 #include "core/write_permission.h"
 #include "grading/effect_preset_parser.h"
 #include "grading/role_effect_mapping.h"
 #include "platform/folder_bookmark.h"
+#include "platform/notification_manager.h"
 #include "platform/settings_store.h"
 
 #include <fmt/format.h>
@@ -58,6 +60,10 @@ ContentViewModel::ContentViewModel(RunMode runMode) : runMode_(runMode) {
     loadSettings();
     loadPersistentMappings();
     addLog(LogEntryType::info, "Tidyreel started");
+    // The command line tells its outcome itself; only the desktop window asks to notify.
+    if (runMode_ == RunMode::background) {
+        NotificationManager::shared().requestAuthorization();
+    }
 }
 
 ContentViewModel::~ContentViewModel() {
@@ -302,6 +308,16 @@ PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const
 
 PipelineCallbacks ContentViewModel::makeCallbacks() {
     PipelineCallbacks callbacks;
+    // The sizes are measured where the run is; the report reaches the controller like a log line.
+    callbacks.archiveCompletion = [this](const ArchiveExportContext& context) {
+        const ArchiveReport report = computeArchiveReport(context);
+        if (runMode_ == RunMode::blocking) {
+            lastArchiveReport_ = report;
+            return;
+        }
+        QMetaObject::invokeMethod(
+            this, [this, report] { lastArchiveReport_ = report; }, Qt::QueuedConnection);
+    };
     if (runMode_ == RunMode::blocking) {
         callbacks.logger = [this](LogEntryType type, const std::string& message) { addLog(type, message); };
         callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
@@ -360,6 +376,9 @@ void ContentViewModel::finishRun(ExportActionType actionType, const std::optiona
         isProcessing_ = false;
         if (actionType == ExportActionType::archiving) {
             processingProgress_.reset();
+            NotificationManager::shared().sendNotification(
+                localized("Archivierung abgeschlossen", "Archiving Complete"),
+                archiveNotificationBody(lastArchiveReport_), true);
         } else {
             addLog(LogEntryType::success, texts.successLine);
         }

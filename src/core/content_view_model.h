@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/media/archive_report.h"
 #include "core/export_pipeline.h"
 #include "core/log_entry.h"
 #include "fcpxml/role_discovery.h"
@@ -107,6 +108,8 @@ public:
     const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
     const ActionStatus& archivingStatus() const { return archivingStatus_; }
     const std::set<std::string>& includedRoles() const { return includedRoles_; }
+    /// Sizes of the last archive run, when there was one.
+    const std::optional<ArchiveReport>& lastArchiveReport() const { return lastArchiveReport_; }
     bool showPermissionAlert() const { return showPermissionAlert_; }
     const std::string& permissionAlertMessage() const { return permissionAlertMessage_; }
     bool debugMode() const { return debugMode_; }
@@ -153,6 +156,7 @@ private:
     ActionStatus youtubeDescriptionStatus_ = ActionStatus::notExecuted();
     ActionStatus archivingStatus_ = ActionStatus::notExecuted();
     std::set<std::string> includedRoles_;
+    std::optional<ArchiveReport> lastArchiveReport_;
     bool showPermissionAlert_ = false;
     std::string permissionAlertMessage_;
     bool debugMode_ = true;

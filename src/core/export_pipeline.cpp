@@ -1,6 +1,7 @@
 #include "core/export_pipeline.h"
 
 #include "archive/media/archive_bundle_write_task.h"
+#include "archive/media/bundled_asset_registry.h"
 #include "archive/planning/clip_trimming_export_task.h"
 #include "core/error.h"
 #include "core/language.h"
@@ -77,9 +78,17 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
     const XmlElement project = context.xmlDocument->first("//project");
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
+    context.bundledAssets = std::make_shared<BundledAssetRegistry>();
     runTasks(makeArchiveTaskList(), context);
     if (callbacks.archiveCompletion) {
         callbacks.archiveCompletion(context);
+    }
+    const int offline = context.bundledAssets->offlineAssetCount();
+    if (offline == 0) {
+        context.log(LogEntryType::success, "Pipeline abgeschlossen");
+    } else {
+        context.log(LogEntryType::info, "Pipeline abgeschlossen mit " + std::to_string(offline) +
+                                            " Quellen nicht verfügbar/offline");
     }
 }
 

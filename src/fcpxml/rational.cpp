@@ -60,6 +60,10 @@ std::optional<Reduced> exactProduct(Reduced a, Reduced b) noexcept {
 }
 
 std::optional<Reduced> exactQuotient(Reduced a, Reduced b) noexcept {
+    // A tiny divisor can become zero once its denominator is bounded; only the double fallback can judge it.
+    if (b.numerator == 0) {
+        return std::nullopt;
+    }
     const std::uint64_t g1 = std::gcd(magnitude(a.numerator), magnitude(b.numerator));
     const std::uint64_t g2 = std::gcd(magnitude(a.denominator), magnitude(b.denominator));
     const auto numerator = reducedProduct(a.numerator, g1, b.denominator, g2);

@@ -106,6 +106,15 @@ std::string_view XmlElement::name() const {
 }
 
 std::optional<std::string> XmlElement::attribute(const char* name) const {
+    // A parsed attribute is usually one text node: copy it straight, without libxml2's own copy.
+    const xmlAttrPtr found = xmlHasNsProp(node_, xmlText(name), nullptr);
+    if (!found) {
+        return std::nullopt;
+    }
+    const xmlNodePtr onlyText = found->type == XML_ATTRIBUTE_NODE ? found->children : nullptr;
+    if (onlyText && !onlyText->next && onlyText->type == XML_TEXT_NODE && onlyText->content) {
+        return std::string(reinterpret_cast<const char*>(onlyText->content));
+    }
     xmlChar* value = xmlGetNoNsProp(node_, xmlText(name));
     if (!value) {
         return std::nullopt;
@@ -113,6 +122,20 @@ std::optional<std::string> XmlElement::attribute(const char* name) const {
     std::string text(reinterpret_cast<const char*>(value));
     xmlFree(value);
     return text;
+}
+
+void XmlElement::forEachAttribute(
+    const std::function<void(std::string_view, std::string_view)>& visit) const {
+    for (xmlAttrPtr attribute = node_->properties; attribute; attribute = attribute->next) {
+        const xmlNodePtr onlyText = attribute->children;
+        if (onlyText && !onlyText->next && onlyText->type == XML_TEXT_NODE && onlyText->content) {
+            visit(textView(attribute->name), textView(onlyText->content));
+            continue;
+        }
+        xmlChar* value = xmlNodeListGetString(node_->doc, attribute->children, 1);
+        visit(textView(attribute->name), textView(value));
+        xmlFree(value);
+    }
 }
 
 bool XmlElement::hasAttribute(const char* name) const {
@@ -151,6 +174,14 @@ XmlElement XmlElement::nextSibling() const {
     return XmlElement(nextElement(node_->next));
 }
 
+XmlElement XmlElement::previousSibling() const {
+    xmlNodePtr node = node_->prev;
+    while (node && node->type != XML_ELEMENT_NODE) {
+        node = node->prev;
+    }
+    return XmlElement(node);
+}
+
 std::string XmlElement::textContent() const {
     xmlChar* content = xmlNodeGetContent(node_);
     std::string text = content ? reinterpret_cast<const char*>(content) : "";
@@ -160,6 +191,18 @@ std::string XmlElement::textContent() const {
 
 XmlElement XmlElement::appendChild(const char* name) {
     return XmlElement(xmlNewChild(node_, nullptr, xmlText(name), nullptr));
+}
+
+void XmlElement::removeChildren(std::string_view name) {
+    xmlNodePtr child = node_->children;
+    while (child) {
+        xmlNodePtr next = child->next;
+        if (child->type == XML_ELEMENT_NODE && textView(child->name) == name) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
 }
 
 XmlElement XmlElement::insertChildBefore(const char* name, XmlElement sibling) {
@@ -232,6 +275,24 @@ std::string XmlDocument::serialize(bool pretty) {
     std::string bytes(reinterpret_cast<const char*>(buffer), static_cast<std::size_t>(size));
     xmlFree(buffer);
     return bytes;
+}
+
+void forEachElement(XmlElement root, const std::function<void(XmlElement)>& visit) {
+    if (!root) {
+        return;
+    }
+    xmlNodePtr node = root.node();
+    while (node) {
+        visit(XmlElement(node));
+        xmlNodePtr next = nextElement(node->children);
+        while (!next && node != root.node()) {
+            next = nextElement(node->next);
+            if (!next) {
+                node = node->parent;
+            }
+        }
+        node = next;
+    }
 }
 
 std::string readFileBytes(const std::filesystem::path& file) {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -57,6 +58,9 @@ public:
     std::optional<std::string> attribute(const char* name) const;
     /// Whether the attribute is present.
     bool hasAttribute(const char* name) const;
+    /// Calls `visit` with the name and value of every attribute in document order: one pass over the
+    /// attributes, cheaper than several lookups when many of them are needed.
+    void forEachAttribute(const std::function<void(std::string_view, std::string_view)>& visit) const;
     /// Sets (or adds) the attribute.
     void setAttribute(const char* name, const std::string& value);
     /// Removes the attribute when present.
@@ -70,11 +74,15 @@ public:
     XmlElement firstChild(std::string_view name) const;
     /// The next element sibling, or null.
     XmlElement nextSibling() const;
+    /// The previous element sibling, or null.
+    XmlElement previousSibling() const;
     /// The concatenated text of all descendant text nodes.
     std::string textContent() const;
 
     /// Appends a new, empty element child named `name` and returns it.
     XmlElement appendChild(const char* name);
+    /// Removes every element child named `name` with everything below it.
+    void removeChildren(std::string_view name);
     /// Inserts a new, empty element named `name` right before `sibling` (a child of this element).
     XmlElement insertChildBefore(const char* name, XmlElement sibling);
 
@@ -111,6 +119,11 @@ private:
     explicit XmlDocument(xmlDocPtr doc) : doc_(doc) {}
     xmlDocPtr doc_;
 };
+
+/// Visits `root` and every element below it, depth first, children in document order. Iterative, so
+/// that a deeply nested document cannot exhaust the stack; `visit` may change the visited element and
+/// its children, since the next element is looked up only after the visit.
+void forEachElement(XmlElement root, const std::function<void(XmlElement)>& visit);
 
 /// The whole content of a file as bytes; throws `Error` naming the file and the system's reason.
 std::string readFileBytes(const std::filesystem::path& file);

@@ -23,6 +23,11 @@ void writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     }
 }
 
+bool pathExists(const std::filesystem::path& path) noexcept {
+    std::error_code status;
+    return std::filesystem::exists(path, status);
+}
+
 Error fileSystemError(const std::string& what, const std::filesystem::path& path, std::error_code reason) {
     return Error("FileSystem", reason.value(),
                  fmt::format("{}: {} ({})", what, path.string(), reason.message()));

@@ -1,5 +1,6 @@
 #include "platform/system_paths.h"
 
+#include <QCoreApplication>
 #include <QLocale>
 #include <QStandardPaths>
 
@@ -16,6 +17,15 @@ std::vector<std::string> systemPreferredLanguages() {
 std::filesystem::path applicationSupportFolder() {
     const QString dataFolder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     return std::filesystem::path(dataFolder.toStdString()) / "Tidyreel";
+}
+
+std::filesystem::path executableFolder() {
+    if (QCoreApplication::instance()) {
+        return QCoreApplication::applicationDirPath().toStdString();
+    }
+    // Without an application object (tests), the kernel still knows the executable.
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path();
 }
 
 }  // namespace tidyreel

@@ -92,7 +92,8 @@ TEST_F(CommandLine, BadProjectsFailWithAnErrorLineAndWriteNothing) {
     test::writeTextFile(folder / "unreadable.fcpxml", valid);
     std::filesystem::permissions(folder / "unreadable.fcpxml", std::filesystem::perms::none);
     const bool canStillRead = !test::readTextFile(folder / "unreadable.fcpxml").empty();  // running as root
-    for (const char* name : {"truncated", "malformed", "notxml", "empty", "missing", "folder", "unreadable"}) {
+    for (const char* name :
+         {"truncated", "malformed", "notxml", "empty", "missing", "folder", "unreadable"}) {
         if (std::string(name) == "unreadable" && canStillRead) {
             continue;
         }

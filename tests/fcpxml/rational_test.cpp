@@ -133,6 +133,9 @@ TEST(RationalArithmetic, ReportsErrorsInsteadOfUndefinedResults) {
     EXPECT_THROW(Rational(1, 2) / Rational::zero(), std::domain_error);
     EXPECT_THROW(Rational(kMax) + Rational(kMax), std::overflow_error);
     EXPECT_THROW(Rational(kMax) * Rational(kMax), std::overflow_error);
+    // A divisor that bounding turns into zero must not reach the integer division.
+    EXPECT_EQ(Rational::zero() / Rational(1, kMax), Rational::zero());
+    EXPECT_THROW(Rational(1) / Rational(1, kMax), std::overflow_error);
 }
 
 TEST(RationalArithmetic, MultipliesAndDividesExactly) {

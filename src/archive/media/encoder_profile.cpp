@@ -1,0 +1,194 @@
+#include "archive/media/encoder_profile.h"
+
+#include "platform/settings_store.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+namespace tidyreel {
+namespace {
+
+std::string lowercasedExtension(const std::filesystem::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+void append(std::vector<std::string>& arguments, std::vector<std::string> more) {
+    arguments.insert(arguments.end(), std::make_move_iterator(more.begin()),
+                     std::make_move_iterator(more.end()));
+}
+
+// The part of a segment read before its first kept frame: half a frame, so that rounding in the
+// printed seek time can neither drop the first frame nor take the one before it.
+Rational leadIn(const Segment& segment, const std::optional<Rational>& frameDuration) {
+    if (!frameDuration) {
+        return Rational::zero();
+    }
+    return std::min(*frameDuration / 2, std::max(segment.start, Rational::zero()));
+}
+
+std::string segmentFilters(std::size_t index, const Segment& segment,
+                           const std::optional<Rational>& frameDuration, bool withAudio) {
+    const Rational lead = leadIn(segment, frameDuration);
+    const std::string videoCut = frameDuration
+                                     ? fmt::format("trim=end_frame={}", framesIn(segment, *frameDuration))
+                                     : "trim=duration=" + ffmpegSeconds(segment.length().doubleValue());
+    std::string filters = fmt::format("[{0}:v:0]{1},setpts=PTS-STARTPTS[v{0}];", index, videoCut);
+    if (withAudio) {
+        filters +=
+            fmt::format("[{0}:a:0]atrim=start={1}:duration={2},asetpts=PTS-STARTPTS[a{0}];", index,
+                        ffmpegSeconds(lead.doubleValue()), ffmpegSeconds(segment.length().doubleValue()));
+    }
+    return filters;
+}
+
+}  // namespace
+
+std::string_view encoderProfileName(EncoderProfile profile) {
+    return profile == EncoderProfile::hevcVideoToolbox ? "hevc_videotoolbox" : "libx265";
+}
+
+std::optional<EncoderProfile> encoderProfileNamed(std::string_view name) {
+    for (const EncoderProfile profile : {EncoderProfile::hevcVideoToolbox, EncoderProfile::libx265}) {
+        if (encoderProfileName(profile) == name) {
+            return profile;
+        }
+    }
+    return std::nullopt;
+}
+
+EncoderProfile defaultEncoderProfile() {
+#ifdef __APPLE__
+    return EncoderProfile::hevcVideoToolbox;
+#else
+    return EncoderProfile::libx265;
+#endif
+}
+
+EncoderProfile selectedEncoderProfile() {
+    const std::optional<std::string> setting = SettingsStore::stringValue("encoder");
+    return setting ? encoderProfileNamed(*setting).value_or(defaultEncoderProfile())
+                   : defaultEncoderProfile();
+}
+
+std::string ffmpegSeconds(double seconds) {
+    return fmt::format("{:.6f}", seconds);
+}
+
+std::vector<std::string> outputTail(const std::filesystem::path& output) {
+    std::vector<std::string> tail;
+    if (lowercasedExtension(output) == ".m4v") {
+        tail = {"-f", "ipod"};
+    }
+    append(tail, {"-y", output.string()});
+    return tail;
+}
+
+std::vector<std::string> streamCopyArguments(const std::filesystem::path& input,
+                                             const std::filesystem::path& output, double start,
+                                             double duration) {
+    std::vector<std::string> arguments{"-ss",
+                                       ffmpegSeconds(start),
+                                       "-i",
+                                       input.string(),
+                                       "-t",
+                                       ffmpegSeconds(duration),
+                                       "-map",
+                                       "0:v:0",
+                                       "-map",
+                                       "0:a?",
+                                       "-c",
+                                       "copy",
+                                       "-avoid_negative_ts",
+                                       "make_zero"};
+    append(arguments, outputTail(output));
+    return arguments;
+}
+
+std::vector<std::string> videoToolboxArguments(const std::filesystem::path& input,
+                                               const std::filesystem::path& output, double start,
+                                               double duration) {
+    std::vector<std::string> arguments{"-i",
+                                       input.string(),
+                                       "-ss",
+                                       ffmpegSeconds(start),
+                                       "-t",
+                                       ffmpegSeconds(duration),
+                                       "-c:v",
+                                       "hevc_videotoolbox",
+                                       "-tag:v",
+                                       "hvc1",
+                                       "-q:v",
+                                       "65",
+                                       "-b:v",
+                                       "0",
+                                       "-bf",
+                                       "0",
+                                       "-spatial_aq",
+                                       "1",
+                                       "-c:a",
+                                       "aac",
+                                       "-b:a",
+                                       "320k",
+                                       "-avoid_negative_ts",
+                                       "make_zero",
+                                       "-map",
+                                       "0:v:0",
+                                       "-map",
+                                       "0:a?"};
+    append(arguments, outputTail(output));
+    return arguments;
+}
+
+std::vector<std::string> concatArguments(const std::filesystem::path& output) {
+    std::vector<std::string> arguments{"-f",  "concat", "-i",   "concat_list.txt", "-map",
+                                       "0",   "-map",   "-0:d", "-ignore_unknown", "-c",
+                                       "copy"};
+    append(arguments, outputTail(output));
+    return arguments;
+}
+
+std::vector<std::string> x265Arguments(const std::filesystem::path& input,
+                                       const std::filesystem::path& output,
+                                       const std::vector<Segment>& segments,
+                                       const std::optional<Rational>& frameDuration, bool withAudio) {
+    std::vector<std::string> arguments{"-nostdin"};
+    std::string filters;
+    std::string joined;
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        const Segment& segment = segments[i];
+        const Rational lead = leadIn(segment, frameDuration);
+        // Reading stops one frame after the segment; the trim filters decide exactly what is kept.
+        const Rational readLength = segment.length() + lead + frameDuration.value_or(Rational::zero());
+        append(arguments, {"-ss", ffmpegSeconds((segment.start - lead).doubleValue()), "-t",
+                           ffmpegSeconds(readLength.doubleValue()), "-i", input.string()});
+        filters += segmentFilters(i, segment, frameDuration, withAudio);
+        joined += withAudio ? fmt::format("[v{0}][a{0}]", i) : fmt::format("[v{0}]", i);
+    }
+    filters += fmt::format("{}concat=n={}:v=1:a={}[v]{}", joined, segments.size(), withAudio ? 1 : 0,
+                           withAudio ? "[a]" : "");
+    append(arguments, {"-filter_complex", filters, "-map", "[v]"});
+    if (withAudio) {
+        append(arguments, {"-map", "[a]"});
+    }
+    // The source's timecode (a stream tag of its video) is carried over, so the file keeps its origin.
+    append(arguments,
+           {"-map_metadata:s:v:0", "0:s:v:0", "-c:v", "libx265", "-preset", "medium", "-crf", "20",
+            "-x265-params", "bframes=0:log-level=error", "-pix_fmt", "yuv420p10le", "-tag:v", "hvc1"});
+    if (withAudio) {
+        append(arguments, {"-c:a", "aac", "-b:a", "320k"});
+    }
+    append(arguments, outputTail(output));
+    return arguments;
+}
+
+std::int64_t framesIn(const Segment& segment, Rational frameDuration) {
+    return static_cast<std::int64_t>(std::llround((segment.length() / frameDuration).doubleValue()));
+}
+
+}  // namespace tidyreel

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "core/error.h"
+#include "fcpxml/rational.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tidyreel {
+
+/// What ffprobe says about the first video stream of a file.
+struct ProbeResult {
+    std::string codecName = "unknown";       ///< `codec_name`
+    std::string codecTagString = "unknown";  ///< `codec_tag_string` (the four-character code)
+    std::optional<std::int64_t> startPts;    ///< `start_pts`
+    std::optional<std::string> encoderTag;   ///< the stream tag `encoder`
+
+    bool operator==(const ProbeResult&) const = default;
+};
+
+/// A failed probe; its description is the message.
+class ProbeError : public Error {
+public:
+    /// A probe error with this message.
+    explicit ProbeError(const std::string& message) : Error("ProbeError", 1, message) {}
+};
+
+namespace FFProbe {
+
+/// Codec facts of the file's first video stream; throws `ProbeError`.
+ProbeResult probeCodec(const std::filesystem::path& file);
+/// Exact length of the file's first video stream; throws `ProbeError`.
+Rational probeDuration(const std::filesystem::path& file);
+/// Whether the file has an audio stream; false when ffprobe cannot tell.
+bool hasAudioStream(const std::filesystem::path& file);
+
+/// The nine arguments of the codec probe.
+std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);
+/// The nine arguments of the duration probe.
+std::vector<std::string> durationProbeArguments(const std::filesystem::path& file);
+/// Reads the codec probe's JSON output; throws `ProbeError`.
+ProbeResult parseCodecProbe(std::string_view json);
+/// Reads the duration probe's JSON output; throws `ProbeError`.
+Rational parseDurationProbe(std::string_view json);
+
+}  // namespace FFProbe
+
+/// ProRes 4444 written by AVFoundation, the one source that is cut by stream copy.
+bool isAVFoundationProRes4444(const ProbeResult& probe);
+
+}  // namespace tidyreel

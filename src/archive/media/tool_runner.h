@@ -1,0 +1,54 @@
+#pragma once
+
+#include "core/export_context.h"
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tidyreel {
+
+/// Called while a tool runs with how far it has got: seconds of media written, or bytes copied.
+using ToolProgress = std::function<void(double)>;
+
+/// The ffmpeg to run: the configured one (`TIDYREEL_FFMPEG` or the setting "ffmpegPath"), then the one
+/// next to the executable, then the first on `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
+std::filesystem::path locateFFmpeg();
+
+/// The ffprobe to run, looked for like ffmpeg (`TIDYREEL_FFPROBE`, "ffprobePath"); throws `ProbeError`.
+std::filesystem::path locateFFprobe();
+
+/// Runs ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the last 10
+/// lines of its standard error and throws `Error` ("ffmpeg", status). `progress` hears the media time
+/// ffmpeg reports while it encodes.
+void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
+               const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
+               const ToolProgress& progress = {});
+
+/// Copies one file with the system's copy tool (no extended attributes); on failure logs its standard
+/// error and exit code and throws `Error` ("cp", status, "stderr"). `progress` hears the bytes written.
+void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
+             const ExportContext& context, const ToolProgress& progress = {});
+
+/// Reports progress inside step `step` of `steps` (counting from 0) on a finer scale of 100 parts per
+/// step, so that a long encode or copy moves the bar; `fraction` is clamped to 0…1.
+void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,
+                        const std::string& text);
+
+/// The command line as logged: arguments joined with spaces, those holding a space in double quotes.
+std::string loggedCommandLine(const std::vector<std::string>& arguments);
+
+/// The last `count` non-empty lines of a tool's standard error, or "<nicht dekodierbar>" when it is not
+/// UTF-8.
+std::string standardErrorTail(std::string_view standardError, std::size_t count = 10);
+
+/// Whether the bytes are valid UTF-8.
+bool isValidUTF8(std::string_view bytes);
+
+/// The last "time=HH:MM:SS.ss" ffmpeg reported in a piece of its standard error, in seconds.
+std::optional<double> ffmpegProgressTime(std::string_view standardError);
+
+}  // namespace tidyreel

@@ -1,0 +1,122 @@
+#include "archive/media/media_probe.h"
+
+#include "archive/archive_support.h"
+#include "test_support.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tidyreel {
+namespace {
+
+using namespace FFProbe;
+
+// The message of the ProbeError that `probe` throws.
+template <class Probe>
+std::string probeFailure(Probe probe) {
+    try {
+        probe();
+    } catch (const ProbeError& error) {
+        return error.what();
+    }
+    return "no ProbeError";
+}
+
+TEST(CodecProbe, ReadsARecordedProResOutput) {
+    const ProbeResult result = parseCodecProbe(R"({
+        "programs": [],
+        "streams": [{"codec_name": "prores", "codec_tag_string": "ap4h", "start_pts": 0,
+                     "tags": {"encoder": "Apple ProRes 4444"}}]})");
+    EXPECT_EQ(result, (ProbeResult{"prores", "ap4h", 0, "Apple ProRes 4444"}));
+    EXPECT_TRUE(isAVFoundationProRes4444(result));
+}
+
+TEST(CodecProbe, ReadsStartPtsFourWays) {
+    EXPECT_EQ(parseCodecProbe(R"({"streams":[{"start_pts":"0"}]})").startPts, 0);
+    EXPECT_EQ(parseCodecProbe(R"({"streams":[{"start_pts":0}]})").startPts, 0);
+    EXPECT_EQ(parseCodecProbe(R"({"streams":[{"start_pts":1001.0}]})").startPts, 1001);
+    EXPECT_EQ(parseCodecProbe(R"({"streams":[{"start_pts":"-1001"}]})").startPts, -1001);
+    EXPECT_EQ(parseCodecProbe(R"({"streams":[{"start_pts":"+7"}]})").startPts, 7);
+    EXPECT_FALSE(parseCodecProbe(R"({"streams":[{"start_pts":null}]})").startPts);
+    EXPECT_FALSE(parseCodecProbe(R"({"streams":[{"start_pts":"12a"}]})").startPts);
+    EXPECT_FALSE(parseCodecProbe(R"({"streams":[{"start_pts":"99999999999999999999"}]})").startPts);
+    EXPECT_FALSE(parseCodecProbe(R"({"streams":[{"start_pts":18446744073709551615}]})").startPts);
+    EXPECT_FALSE(parseCodecProbe(R"({"streams":[{"start_pts":true}]})").startPts);
+}
+
+TEST(CodecProbe, MissingFieldsReadAsUnknown) {
+    const ProbeResult result = parseCodecProbe(R"({"streams":[{"codec_name":null,"tags":{"encoder":5}}]})");
+    EXPECT_EQ(result, (ProbeResult{"unknown", "unknown", std::nullopt, std::nullopt}));
+}
+
+TEST(CodecProbe, RejectsOutputWithoutAVideoStream) {
+    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[]})"); }),
+              "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({})"); }), "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[1]})"); }),
+              "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe("[]"); }), "ffprobe output not parseable as JSON");
+    EXPECT_EQ(probeFailure([] { parseCodecProbe("Invalid data"); }), "ffprobe output not parseable as JSON");
+}
+
+TEST(DurationProbe, MultipliesTheTimeBase) {
+    EXPECT_EQ(parseDurationProbe(
+                  R"({"streams":[{"time_base":"1/25","duration_ts":250}],"format":{"duration":"10"}})"),
+              Rational(10));
+    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1/600","duration_ts":"7"}]})"),
+              Rational(7, 600));
+    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1001/30000","duration_ts":300}]})"),
+              Rational(1001, 100));
+}
+
+TEST(DurationProbe, RejectsBadTimeBasesAndMissingFields) {
+    const std::string message = "duration_ts/time_base nicht in ffprobe output gefunden";
+    for (const char* json :
+         {R"({"streams":[{"time_base":"1/0","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"25","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"1/","duration_ts":1}]})",
+          R"({"streams":[{"time_base":"1/2/3","duration_ts":1}]})", R"({"streams":[{"time_base":"1/25"}]})",
+          R"({"streams":[{"time_base":"1/25","duration_ts":null}]})",
+          R"({"streams":[{"time_base":"4611686018427387904/1","duration_ts":4}]})", R"({"streams":[]})"}) {
+        EXPECT_EQ(probeFailure([&] { parseDurationProbe(json); }), message) << json;
+    }
+}
+
+TEST(ProResRule, NeedsAllFourFacts) {
+    const ProbeResult prores{"prores", "ap4h", 0, "Apple ProRes 4444 XQ"};
+    EXPECT_TRUE(isAVFoundationProRes4444(prores));
+    ProbeResult hq = prores;
+    hq.codecTagString = "apch";
+    EXPECT_FALSE(isAVFoundationProRes4444(hq));
+    ProbeResult shifted = prores;
+    shifted.startPts = -1001;
+    EXPECT_FALSE(isAVFoundationProRes4444(shifted));
+    ProbeResult untagged = prores;
+    untagged.encoderTag.reset();
+    EXPECT_FALSE(isAVFoundationProRes4444(untagged));
+    ProbeResult lowerCase = prores;
+    lowerCase.encoderTag = "apple prores 4444";
+    EXPECT_FALSE(isAVFoundationProRes4444(lowerCase));
+}
+
+TEST(ProbeArguments, NineEntriesEach) {
+    EXPECT_EQ(codecProbeArguments("/m/a b.mov"),
+              (std::vector<std::string>{"-v", "error", "-select_streams", "v:0", "-show_entries",
+                                        "stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder",
+                                        "-of", "json", "/m/a b.mov"}));
+    EXPECT_EQ(durationProbeArguments("/m/a.mov")[5], "stream=time_base,duration_ts:format=duration");
+}
+
+TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
+    test::TempFolder folder;
+    const test::ScopedEnvironment probe(
+        "TIDYREEL_FFPROBE",
+        test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1").string());
+    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }), "ffprobe failed (status 1): No such file");
+    const test::ScopedEnvironment badBytes(
+        "TIDYREEL_FFPROBE", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1").string());
+    EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov"); }), "ffprobe failed (status 1): ?");
+}
+
+}  // namespace
+}  // namespace tidyreel

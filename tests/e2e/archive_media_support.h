@@ -1,0 +1,26 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace tidyreel::test {
+
+/// Runs a shell command line (test media tools only); true when it exits with 0.
+bool runShell(const std::string& commandLine);
+
+/// A tiny 160x90, 25 fps H.264 or ProRes test file whose frame n has the uniform grey level
+/// (n × 37 + shift) mod 256, so that a frame can be told from its neighbours by its brightness.
+/// `extraArguments` are output options (codec, audio, timecode).
+void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
+                   const std::string& extraArguments);
+
+/// The mean grey level of frame `index` of a video file (−1 when it cannot be read).
+double frameBrightness(const std::filesystem::path& file, long index);
+
+/// One ffprobe entry of the first video stream (for example "duration_ts", "codec_name", "tag:timecode").
+std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry);
+
+/// A fingerprint of a file's bytes.
+std::size_t fileChecksum(const std::filesystem::path& file);
+
+}  // namespace tidyreel::test

@@ -24,5 +24,8 @@ echo "== Video description run"
 "$tidyreel" describe "$project" -o "$demo/output" --chapters --descriptions --lang en \
     --description1 "Mehr Filme auf example.org" --description2 "More films on example.org"
 echo
+echo "== Archive run (trim the used media and write a self-contained bundle)"
+"$tidyreel" archive "$project" -o "$demo/output" --buffer 2 --min-segment 5 --lang en
+echo
 echo "Written to $demo/output:"
-ls -1 "$demo/output"
+ls -1R "$demo/output"

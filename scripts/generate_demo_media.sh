@@ -20,9 +20,9 @@ clip() {  # name seconds pattern [audio]
     mv "$target.partial.mov" "$target"
 }
 
-clip "Interview" 60 testsrc2 audio
-clip "Drone" 40 mandelbrot
-clip "B-Roll Market" 30 smptebars
+clip "Interview" 180 testsrc2 audio
+clip "Drone" 120 mandelbrot
+clip "B-Roll Market" 90 smptebars
 
 media_url="file://$(printf '%s' "$media" | sed 's/ /%20/g')"
 sed "s#@MEDIA_URL@#$media_url#g" "$examples/Demo Film.fcpxml.in" > "$out/Demo Film.fcpxml"

@@ -18,9 +18,7 @@ namespace tidyreel::cli {
 namespace {
 
 struct ArchiveOptions {
-    CommonOptions common;
-    std::string project;
-    std::string outputDirectory;
+    WorkflowOptions workflow;
     std::string roles;
     std::optional<double> buffer;
     std::optional<double> minSegment;
@@ -84,9 +82,7 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
     auto options = std::make_shared<ArchiveOptions>();
     CLI::App* command = app.add_subcommand(
         "archive", "Trim the used media into a self-contained archive bundle (or plan it with --dry-run)");
-    command->add_option("PROJECT", options->project, "An .fcpxml file or .fcpxmld bundle")->required();
-    command->add_option("-o,--output", options->outputDirectory,
-                        "Output folder (remembered; default: the remembered folder)");
+    addWorkflowOptions(*command, options->workflow);
     command->add_option("--roles", options->roles, "Included video roles, comma-separated (default: all)");
     command->add_option("--buffer", options->buffer, "Trim handle in seconds (remembered)")
         ->check(CLI::PositiveNumber);
@@ -99,11 +95,10 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
         ->check(CLI::IsMember({std::string(encoderProfileName(EncoderProfile::libx265)),
                                std::string(encoderProfileName(EncoderProfile::hevcVideoToolbox))}));
     command->add_flag("--dry-run", options->dryRun, "Analyse and plan only; create and write nothing");
-    addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
-        CliSession session(options->common);
+        CliSession session(options->workflow.common);
         ContentViewModel& controller = session.controller();
-        controller.loadFile(options->project);
+        controller.loadFile(options->workflow.project);
         if (!controller.xmlDocument()) {
             exitStatus = exitWorkflowFailed;
             return;
@@ -113,7 +108,7 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
             exitStatus = dryRun(controller);
             return;
         }
-        if (!options->outputDirectory.empty() && !session.chooseOutputFolder(options->outputDirectory)) {
+        if (!session.applyOutputOption(options->workflow.outputDirectory)) {
             exitStatus = exitUsage;
             return;
         }

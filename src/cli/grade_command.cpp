@@ -57,31 +57,26 @@ bool rolesExist(const ContentViewModel& controller, const std::vector<std::strin
 
 void registerGradeCommand(CLI::App& app, int& exitStatus) {
     struct Options {
-        CommonOptions common;
-        std::string project;
-        std::string outputDirectory;
+        WorkflowOptions workflow;
         std::vector<std::string> effects;
     };
     auto options = std::make_shared<Options>();
     CLI::App* command =
         app.add_subcommand("grade", "Colour grading by role: write a dated copy with the effects");
-    command->add_option("PROJECT", options->project, "An .fcpxml file or .fcpxmld bundle")->required();
-    command->add_option("-o,--output", options->outputDirectory,
-                        "Output folder (remembered; default: the remembered folder)");
+    addWorkflowOptions(*command, options->workflow);
     command
         ->add_option("--effect", options->effects,
                      "Assign an effect (.moef or .effectspreset) to a role, remembered for later projects")
         ->type_name("ROLE=FILE")
         ->check(CLI::Validator(validateAssignment, ""));
-    addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
-        CliSession session(options->common);
-        if (!options->outputDirectory.empty() && !session.chooseOutputFolder(options->outputDirectory)) {
+        CliSession session(options->workflow.common);
+        if (!session.applyOutputOption(options->workflow.outputDirectory)) {
             exitStatus = exitUsage;
             return;
         }
         ContentViewModel& controller = session.controller();
-        controller.loadFile(options->project);
+        controller.loadFile(options->workflow.project);
         if (controller.xmlDocument() && !options->effects.empty()) {
             if (!rolesExist(controller, options->effects)) {
                 exitStatus = exitUsage;

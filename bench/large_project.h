@@ -1,8 +1,8 @@
 #pragma once
 
 // Builds large, realistic FCPXML projects for the benchmarks: thousands of assets, tens of
-// thousands of clips with connected clips, markers, chapter markers, retimed clips and compound
-// clips, all on a 29.97 fps frame grid.
+// thousands of clips with connected clips, markers, chapter markers, slow-motion clips, a few speed
+// ramps and compound clips, all on a 29.97 fps frame grid.
 #include <fmt/format.h>
 
 #include <string>
@@ -66,17 +66,24 @@ inline std::string largeProject(int clipCount, int assetCount,
                 60 * frame);
             ++clip;
         } else if (clip % 13 == 0) {
+            // Half-speed slow motion; one in ten of these is a speed ramp with a third point.
+            const long long mediaLength = assetFrames * frame;
+            const std::string ramp =
+                clip % 130 == 0 ? fmt::format(
+                                      "                <timept time=\"{}/30000s\" value=\"{}/30000s\" "
+                                      "interp=\"smooth2\"/>\n",
+                                      mediaLength * 3, mediaLength)
+                                : "";
             xml += fmt::format(
                 "            <asset-clip ref=\"r{0}\" offset=\"{1}/30000s\" start=\"{2}/30000s\" "
-                "duration=\"{3}/30000s\" "
-                "videoRole=\"{4}\">\n"
+                "duration=\"{3}/30000s\" videoRole=\"{4}\">\n"
                 "              <conform-rate srcFrameRate=\"29.97\"/>\n"
                 "              <timeMap>\n"
-                "                <timept time=\"0s\" value=\"{2}/30000s\" interp=\"smooth2\"/>\n"
-                "                <timept time=\"{3}/30000s\" value=\"{5}/30000s\" interp=\"smooth2\"/>\n"
+                "                <timept time=\"0s\" value=\"0s\" interp=\"linear\"/>\n"
+                "                <timept time=\"{5}/30000s\" value=\"{6}/30000s\" interp=\"linear\"/>\n{7}"
                 "              </timeMap>\n"
                 "            </asset-clip>\n",
-                asset, offset, start, duration, role, start + duration / 2);
+                asset, offset, start, duration, role, 2 * mediaLength, mediaLength, ramp);
         } else {
             const bool chapter = clip % 11 == 0;
             xml += fmt::format(

@@ -1,6 +1,7 @@
 #include "description/description_test_support.h"
 
 #include "fcpxml/xml.h"
+#include "test_support.h"
 
 #include <fmt/format.h>
 
@@ -8,18 +9,9 @@ namespace tidyreel::test {
 
 std::string projectXml(const std::string& spine, const std::string& resources,
                        const std::string& sequenceAttributes) {
-    return fmt::format(R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE fcpxml>
-<fcpxml version="1.11">
-  <resources><format id="r1" frameDuration="1/25s" width="1920" height="1080"/>{}</resources>
-  <library><event name="Event"><project name="Projekt">
-    <sequence format="r1" {}>
-      <spine>{}</spine>
-    </sequence>
-  </project></event></library>
-</fcpxml>
-)",
-                       resources, sequenceAttributes, spine);
+    return fmt::format(fmt::runtime(readTextFile(fixture("description/project_skeleton.fcpxml"))),
+                       fmt::arg("resources", resources), fmt::arg("sequence", sequenceAttributes),
+                       fmt::arg("spine", spine));
 }
 
 RecordingContext::RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,

@@ -23,12 +23,9 @@ std::vector<TaskLine> taskLines(ExportActionType type, bool chapters, bool descr
     return lines;
 }
 
-TEST(TaskLists, ColourGradingEffectsThenWriting) {
+TEST(TaskLists, EveryWorkflowGetsItsTasksAndDescriptionRunsExactlyOnePerSwitchCombination) {
     EXPECT_EQ(taskLines(ExportActionType::colorGrading, false, false),
               (std::vector<TaskLine>{{"Rollen-Effekte", true}, {"FCPXML schreiben", true}}));
-}
-
-TEST(TaskLists, DescriptionRunsExactlyOneTaskPerSwitchCombination) {
     EXPECT_EQ(taskLines(ExportActionType::youtube, false, false),
               (std::vector<TaskLine>{{"Kapitelmarker", false}, {"Videobeschreibung", false}}));
     EXPECT_EQ(taskLines(ExportActionType::youtube, true, false),
@@ -37,21 +34,17 @@ TEST(TaskLists, DescriptionRunsExactlyOneTaskPerSwitchCombination) {
               (std::vector<TaskLine>{{"Kapitelmarker", false}, {"Videobeschreibung", true}}));
     EXPECT_EQ(taskLines(ExportActionType::youtube, true, true),
               (std::vector<TaskLine>{{"Kapitelmarker", true}, {"Videobeschreibung", false}}));
-
     for (const bool descriptions : {false, true}) {
         const auto tasks = makeTaskList(ExportActionType::youtube, true, descriptions);
         const auto* chapters = dynamic_cast<const ChapterMarkerExportTask*>(tasks.front().get());
         ASSERT_NE(chapters, nullptr);
         EXPECT_EQ(chapters->includeDescriptions, descriptions);
     }
-}
-
-TEST(TaskLists, ArchivingTrimsThenWritesTheBundle) {
-    const auto tasks = makeArchiveTaskList();
-    ASSERT_EQ(tasks.size(), 2u);
-    EXPECT_EQ(tasks[0]->taskName, "Clips schneiden");
-    EXPECT_EQ(tasks[1]->taskName, "Bundle schreiben");
-    EXPECT_TRUE(tasks[0]->isEnabled && tasks[1]->isEnabled);
+    const auto archive = makeArchiveTaskList();
+    ASSERT_EQ(archive.size(), 2u);
+    EXPECT_EQ(archive[0]->taskName, "Clips schneiden");
+    EXPECT_EQ(archive[1]->taskName, "Bundle schreiben");
+    EXPECT_TRUE(archive[0]->isEnabled && archive[1]->isEnabled);
 }
 
 class PipelineRun : public test::CoreTest {

@@ -39,15 +39,6 @@ TEST(DescriptionFileNames, ReplaceAnExtensionLeftInTheCutName) {
     EXPECT_EQ(descriptionFileURL(base, "YT2"), "/out/youtube_Reise.2024.YT2.txt");
 }
 
-TEST(DescriptionFileNames, NeverSplitAMultiByteCharacter) {
-    // "Überraschungen" has 14 characters; the 15th is a three-byte "€", a decomposed "é" (e and a
-    // combining accent) or a thumb with a skin tone (two four-byte code points).
-    EXPECT_EQ(baseFor("Überraschungen€x.fcpxml").filename(), "youtube_Überraschungen€");
-    EXPECT_EQ(baseFor("Überraschungene\u0301x.fcpxml").filename(), "youtube_Überraschungene\u0301");
-    EXPECT_EQ(baseFor("Überraschungen👍🏽x.fcpxml").filename(), "youtube_Überraschungen👍🏽");
-    EXPECT_EQ(baseFor("Überraschungen.fcpxml").filename(), "youtube_Überraschungen");
-}
-
 TEST(DescriptionFileContent, JoinsThePresentBlocksWithOneEmptyLine) {
     EXPECT_EQ(
         descriptionFileContent("\n  Titel\n\nZweite Zeile \n", threeMarkers, "\n\nFooter\n\nmit Absatz\n "),

@@ -51,27 +51,23 @@ void expectReadFailure(const std::filesystem::path& file, int code) {
     }
 }
 
-TEST(EffectPresetParserMotionTemplate, ReferencesATemplateInTheEffectsFolderByItsPlaceThere) {
+// A template elsewhere is referenced as if it lay in the effects folder.
+TEST(EffectPresetParserMotionTemplate, ReferencesATemplateByItsPlaceInTheEffectsFolder) {
     TempFolder home;
-    const auto file = writeMotionTemplate(test::motionEffectsFolder(home.path()), "Looks/Warm/Warm.moef");
-
-    const EffectReference reference = EffectPresetParser::parse(file);
-
+    const EffectReference reference = EffectPresetParser::parse(
+        writeMotionTemplate(test::motionEffectsFolder(home.path()), "Looks/Warm/Warm.moef"));
     EXPECT_EQ(reference.name, "Warm");
     EXPECT_EQ(reference.uid, "~/Effects.localized/Looks/Warm/Warm.moef");
     EXPECT_EQ(reference.src,
               "file://" + home.path().string() +
                   "/Movies/Motion%20Templates.localized/Effects.localized/Looks/Warm/Warm.moef");
     EXPECT_EQ(reference.sourceType, SourceType::motionTemplate);
-}
 
-TEST(EffectPresetParserMotionTemplate, ReferencesATemplateElsewhereAsIfItLayInTheEffectsFolder) {
-    TempFolder desktop;
-    const EffectReference reference =
-        EffectPresetParser::parse(writeMotionTemplate(desktop.path(), "Warm Look.moef"));
-    EXPECT_EQ(reference.name, "Warm Look");
-    EXPECT_EQ(reference.uid, "~/Effects.localized/Warm Look.moef");
-    EXPECT_EQ(reference.src, "file://" + desktop.path().string() + "/Warm%20Look.moef");
+    const EffectReference elsewhere =
+        EffectPresetParser::parse(writeMotionTemplate(home.path(), "Warm Look.moef"));
+    EXPECT_EQ(elsewhere.name, "Warm Look");
+    EXPECT_EQ(elsewhere.uid, "~/Effects.localized/Warm Look.moef");
+    EXPECT_EQ(elsewhere.src, "file://" + home.path().string() + "/Warm%20Look.moef");
 }
 
 TEST(EffectPresetParserMotionTemplate, TakesThePlaceBelowTheFirstFolderNamedExactlyEffectsLocalized) {
@@ -102,34 +98,24 @@ TEST(EffectPresetParserMotionTemplate, ResolvesRelativePathsFromTheWorkingFolder
     EXPECT_EQ(reference.src.value_or("").rfind("file:///", 0), 0u);
 }
 
-TEST(EffectPresetParserPreset, TakesTheFxPlugIdentifierAsFoundWithoutSource) {
-    TempFolder folder;
-    const auto file =
-        writePreset(folder / "Soft Skin.effectspreset",
-                    std::string("effectID 00000000-0000-0000-0000-000000000000 FxPlug:") + kPresetUuid);
-
-    const EffectReference reference = EffectPresetParser::parse(file);
-
-    EXPECT_EQ(reference.name, "Soft Skin");
-    EXPECT_EQ(reference.uid, test::kFxPlugUid);
-    EXPECT_EQ(reference.src, std::nullopt);
-    EXPECT_EQ(reference.sourceType, SourceType::fxPlug);
-}
-
-TEST(EffectPresetParserPreset, FindsTheUuidAmidNoise) {
+TEST(EffectPresetParserPreset, TakesTheFxPlugIdentifierAsFoundOrTheFirstUuidAfterEffectId) {
     const std::vector<std::pair<std::string, std::string>> presets{
+        {"Soft Skin.effectspreset",
+         std::string("effectID 00000000-0000-0000-0000-000000000000 FxPlug:") + kPresetUuid},
         {"Soft.EffectsPreset", test::kFxPlugUid},
         // An FxPlug prefix without a UUID is skipped.
         {"Soft.effectspreset",
          "FxPlug:not-a-uuid FxPlug:1A2B3C4D-1111-2222-3333-44445555 " + test::kFxPlugUid},
-        // Without an FxPlug identifier, the first UUID after effectID.
         {"Soft.effectspreset", "<key>effectID</key>\x00\xff<string>{"s + kPresetUuid +
                                    "}</string> 99999999-9999-9999-9999-999999999999"},
         {"Soft.effectspreset", std::string("effectIDabc") + kPresetUuid}};
     for (const auto& [name, content] : presets) {
         TempFolder folder;
-        EXPECT_EQ(EffectPresetParser::parse(writePreset(folder / name, content)).uid, test::kFxPlugUid)
-            << content;
+        const EffectReference reference = EffectPresetParser::parse(writePreset(folder / name, content));
+        EXPECT_EQ(reference.name, std::filesystem::path(name).stem()) << content;
+        EXPECT_EQ(reference.uid, test::kFxPlugUid) << content;
+        EXPECT_EQ(reference.src, std::nullopt);
+        EXPECT_EQ(reference.sourceType, SourceType::fxPlug);
     }
 }
 
@@ -158,23 +144,18 @@ TEST(EffectPresetParserPreset, FindsMatchesAcrossTheEndOfAReadPiece) {
     }
 }
 
-TEST(EffectPresetParserPreset, PrefersAnFxPlugIdentifierLaterInTheFileOverEffectId) {
+// A sparse file of 300 MB costs no disk space but is read whole: an FxPlug identifier at its end wins
+// over the UUID after effectID at its start.
+TEST(EffectPresetParserPreset, ReadsAPresetOfSeveralHundredMegabytesToItsEnd) {
     TempFolder folder;
     const std::string late = "FxPlug:ABCDEF01-2345-6789-ABCD-EF0123456789";
-    test::writeTextFile(folder / "Soft.effectspreset",
-                        std::string("effectID ") + kPresetUuid + std::string(3 << 20, '\x01') + late);
-    EXPECT_EQ(EffectPresetParser::parse(folder / "Soft.effectspreset").uid, late);
-}
-
-// A sparse file of 300 MB costs no disk space but is read whole.
-TEST(EffectPresetParserPreset, ReadsAPresetOfSeveralHundredMegabytes) {
-    TempFolder folder;
     {
         std::ofstream stream(folder / "Large.effectspreset", std::ios::binary);
-        stream.seekp(300 * 1000 * 1000);
         stream << "effectID " << kPresetUuid;
+        stream.seekp(300 * 1000 * 1000);
+        stream << late;
     }
-    EXPECT_EQ(EffectPresetParser::parse(folder / "Large.effectspreset").uid, test::kFxPlugUid);
+    EXPECT_EQ(EffectPresetParser::parse(folder / "Large.effectspreset").uid, late);
 }
 
 TEST(EffectPresetParserFiles, ReportsFilesThatCannotBeRead) {

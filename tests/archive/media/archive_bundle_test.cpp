@@ -28,14 +28,6 @@ TEST(SanitisedProjectName, RemovesSeparatorsAndCollapsesSpaces) {
     EXPECT_EQ(sanitisedProjectName("Nineteen characters_ and more"), "Nineteen_characters_");
 }
 
-TEST(ArchiveBundleURL, LiesInTheOutputFolder) {
-    ArchiveExportContext context;
-    context.outputDirectory = "/out";
-    context.projectName = "Trailer";
-    EXPECT_EQ(archiveBundleURL(context), std::filesystem::path("/out/archiv_Trailer.fcpxmld"));
-    EXPECT_EQ(archiveMediaFolder(context), std::filesystem::path("/out/archiv_Trailer.fcpxmld/Media"));
-}
-
 TEST(MediaReferences, TrimmedAssetsBecomeNewMediaAndCopiesKeepTheirIdentity) {
     const auto document = test::projectWith(
         "<asset id=\"t\" uid=\"OLD1\"><media-rep kind=\"original-media\" sig=\"OLD1\" src=\"file:///a.mov\">"

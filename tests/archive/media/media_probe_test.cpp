@@ -90,14 +90,6 @@ TEST(ProResRule, NeedsAllFourFacts) {
     }
 }
 
-TEST(ProbeArguments, NineEntriesEach) {
-    EXPECT_EQ(codecProbeArguments("/m/a b.mov"),
-              (std::vector<std::string>{"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                        "stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder",
-                                        "-of", "json", "/m/a b.mov"}));
-    EXPECT_EQ(durationProbeArguments("/m/a.mov")[5], "stream=time_base,duration_ts:format=duration");
-}
-
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     test::TempFolder folder;
     const test::ScopedEnvironment probe(

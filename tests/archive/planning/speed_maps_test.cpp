@@ -21,28 +21,21 @@ XmlElement clipWithMap(std::shared_ptr<XmlDocument>& keep, const std::vector<std
     return keep->first("//asset-clip");
 }
 
-TEST(TimeMapInterpolation, ClampsAtBothEndsAndInterpolatesBetween) {
+TEST(TimeMapInterpolation, ClampsAtBothEndsAndInterpolatesBetweenTheNeighbouringPoints) {
     const TimeMap map{{{0, 0}, {10, 20}}};
     EXPECT_EQ(map.interpolate(3), Rational(6));
     EXPECT_EQ(map.interpolate(10), Rational(20));
     EXPECT_EQ(map.interpolate(12), Rational(20));
     EXPECT_EQ(map.interpolate(-4), Rational(0));
     EXPECT_EQ(map.interpolate(Rational(1001, 30000)), Rational(1001, 15000));
-}
-
-TEST(TimeMapInterpolation, EmptyAndOnePointMaps) {
     EXPECT_EQ(TimeMap{}.interpolate(7), Rational(7));
-    const TimeMap single{{{5, 9}}};
-    EXPECT_EQ(single.interpolate(0), Rational(9));
-    EXPECT_EQ(single.interpolate(100), Rational(9));
-}
-
-TEST(TimeMapInterpolation, ThreePointRampAndRepeatedTimes) {
+    EXPECT_EQ((TimeMap{{{5, 9}}}).interpolate(0), Rational(9));
+    EXPECT_EQ((TimeMap{{{5, 9}}}).interpolate(100), Rational(9));
     const TimeMap ramp{{{0, 0}, {5, 5}, {10, 20}}};
     EXPECT_EQ(ramp.interpolate(7), Rational(11));
     EXPECT_EQ(ramp.interpolate(5), Rational(5));
-    const TimeMap jump{{{0, 0}, {5, 5}, {5, 8}, {10, 13}}};
-    EXPECT_EQ(jump.interpolate(5), Rational(8));
+    // A repeated time jumps: the later point wins.
+    EXPECT_EQ((TimeMap{{{0, 0}, {5, 5}, {5, 8}, {10, 13}}}).interpolate(5), Rational(8));
 }
 
 TEST(SpeedMapReading, TwoPointsFromZeroAreLinear) {

@@ -25,18 +25,15 @@ std::filesystem::path baseFor(const std::string& projectFile, const std::filesys
     return descriptionBaseURL(context);
 }
 
-TEST(DescriptionFileNames, CutTheProjectNameToFifteenCharacters) {
+// The project name is cut to fifteen characters; an extension left in the cut name is replaced.
+TEST(DescriptionFileNames, CutTheProjectNameAndReplaceAnExtensionLeftInIt) {
     EXPECT_EQ(baseFor("Bergtour im Herbst 2024.fcpxml"), "/out/youtube_Bergtour im Her");
     EXPECT_EQ(descriptionFileURL(baseFor("Bergtour im Herbst 2024.fcpxml"), "YT1"),
               "/out/youtube_Bergtour im Her.YT1.txt");
     EXPECT_EQ(descriptionFileURL(baseFor("Kurz.fcpxmld"), "YT2"), "/out/youtube_Kurz.YT2.txt");
-}
-
-TEST(DescriptionFileNames, ReplaceAnExtensionLeftInTheCutName) {
-    const std::filesystem::path base = baseFor("Reise.2024.Teil1.fcpxml");
-    EXPECT_EQ(base, "/out/youtube_Reise.2024.Teil");
-    EXPECT_EQ(descriptionFileURL(base, "YT1"), "/out/youtube_Reise.2024.YT1.txt");
-    EXPECT_EQ(descriptionFileURL(base, "YT2"), "/out/youtube_Reise.2024.YT2.txt");
+    EXPECT_EQ(baseFor("Reise.2024.Teil1.fcpxml"), "/out/youtube_Reise.2024.Teil");
+    EXPECT_EQ(descriptionFileURL(baseFor("Reise.2024.Teil1.fcpxml"), "YT2"),
+              "/out/youtube_Reise.2024.YT2.txt");
 }
 
 TEST(DescriptionFileContent, JoinsThePresentBlocksWithOneEmptyLine) {

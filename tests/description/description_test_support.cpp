@@ -16,22 +16,12 @@ std::string projectXml(const std::string& spine, const std::string& resources,
 
 RecordingContext::RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,
                                    const std::string& originalFileName) {
-    context_.sourceURL = outputDirectory / originalFileName;
-    context_.outputDirectory = outputDirectory;
-    context_.originalFileName = originalFileName;
-    context_.xmlDocument = XmlDocument::parse(xml);
-    context_.actionType = ExportActionType::youtube;
-    context_.logger = [this](LogEntryType type, const std::string& message) {
-        lines_.emplace_back(type, message);
-    };
-}
-
-std::vector<std::string> RecordingContext::messages() const {
-    std::vector<std::string> messages;
-    for (const auto& [type, message] : lines_) {
-        messages.push_back(message);
-    }
-    return messages;
+    context.sourceURL = outputDirectory / originalFileName;
+    context.outputDirectory = outputDirectory;
+    context.originalFileName = originalFileName;
+    context.xmlDocument = XmlDocument::parse(xml);
+    context.actionType = ExportActionType::youtube;
+    context.logger = log.logger();
 }
 
 }  // namespace tidyreel::test

@@ -78,16 +78,13 @@ TEST_F(CommandLine, GradeWithoutAnyOutputFolderFailsWithTheSystemsMessage) {
 
 TEST_F(CommandLine, BadProjectsFailWithAnErrorLineAndWriteNothing) {
     const std::string valid = test::readTextFile(test::fixture("roles_mixed.fcpxml"));
-    test::writeTextFile(folder / "truncated.fcpxml", valid.substr(0, valid.size() / 2));
-    test::writeTextFile(folder / "malformed.fcpxml", "<fcpxml><resources></fcpxml>");
-    test::writeTextFile(folder / "notxml.fcpxml", "Final Cut Pro project, honest!\n");
-    test::writeTextFile(folder / "empty.fcpxml", "");
+    // What makes a file unreadable as XML is the parser's test; here every way to fail once.
+    test::writeTextFile(folder / "malformed.fcpxml", valid.substr(0, valid.size() / 2));
     std::filesystem::create_directory(folder / "folder.fcpxml");
     test::writeTextFile(folder / "unreadable.fcpxml", valid);
     std::filesystem::permissions(folder / "unreadable.fcpxml", std::filesystem::perms::none);
     const bool canStillRead = !test::readTextFile(folder / "unreadable.fcpxml").empty();  // running as root
-    for (const char* name :
-         {"truncated", "malformed", "notxml", "empty", "missing", "folder", "unreadable"}) {
+    for (const char* name : {"malformed", "missing", "folder", "unreadable"}) {
         if (std::string(name) == "unreadable" && canStillRead) {
             continue;
         }

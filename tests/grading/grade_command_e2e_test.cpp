@@ -17,7 +17,6 @@ using test::logMessages;
 using test::runTidyreel;
 using ::testing::Contains;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 // The role lines that `tidyreel roles` prints for a project ("Gefunden: …", "  → …").
 std::vector<std::string> roleLines(const std::filesystem::path& project,
@@ -118,10 +117,6 @@ TEST_F(GradeCommandTest, RemembersAssignmentsForTheNextRunUntilTheyAreCleared) {
     EXPECT_EQ(test::readTextFile(mappingsFile()), R"({"mappings":{}})");
     EXPECT_THAT(runTidyreel({"effects", "--lang", "en"}, folders_).standardOutput,
                 HasSubstr("No effect assignments remembered"));
-
-    const std::vector<std::string> plain = logMessages(grade({}).standardOutput);
-    EXPECT_THAT(plain, Contains("ℹ️ DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)"));
-    EXPECT_THAT(plain, Not(Contains(HasSubstr("Auto-Effekt"))));
 }
 
 TEST_F(GradeCommandTest, StopsWithAClearLineWhenAnEffectFileCannotBeRead) {

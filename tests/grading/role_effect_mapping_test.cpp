@@ -96,12 +96,6 @@ TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder
     EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"Interview", test::kSoftPreset}}));
 }
 
-TEST_F(RoleEffectMappingFileTest, CreatesTheFolderWhenTheLocationIsAskedFor) {
-    std::filesystem::remove_all(folders_.dataHome());
-    RoleEffectMapping::fileURL();
-    EXPECT_TRUE(std::filesystem::is_directory(file().parent_path()));
-}
-
 TEST_F(RoleEffectMappingFileTest, FailsToLoadAMissingOrDamagedFile) {
     EXPECT_THROW(RoleEffectMapping::load(), Error);
     test::writeTextFile(file(), R"({"mappings":{"A":{"name":"Soft"}}})");

@@ -95,10 +95,7 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     EXPECT_THAT(messages, Contains("✅ Trim & Archivierung erfolgreich abgeschlossen"));
     EXPECT_THAT(messages, Contains("✅ Pipeline abgeschlossen"));
     EXPECT_THAT(messages,
-                Contains("ℹ️   → Asset a6: Originallänge 6s < minSegment 20s → übersprungen"));
-    EXPECT_THAT(messages,
                 Contains("ℹ️        → ProRes 4444 (AVFoundation) erkannt → Stream-Copy-Trim"));
-    EXPECT_THAT(messages, Contains(HasSubstr("Trim + Concat (2 Segmente)")));
     EXPECT_THAT(splitLines(result.standardOutput).back(), ::testing::StartsWith("Original "));
 
     // Every source is untouched; every reference points into the bundle.

@@ -50,42 +50,35 @@ TEST(SpeedMapReading, TwoPointsFromZeroAreLinear) {
     EXPECT_EQ(FCPXMLTime::clipSourceEnd(clip), Rational(10));
 }
 
-TEST(SpeedMapReading, RampsAndShiftedOriginsAreNonLinear) {
+// Linearity is judged on the points as written: the first one must be the origin.
+TEST(SpeedMapReading, RampsShiftedOriginsAndUnsortedPointsAreNonLinear) {
     std::shared_ptr<XmlDocument> document;
     for (const auto& points : std::vector<std::vector<std::string>>{{"0s,0s", "5s,5s", "10s,20s"},
                                                                     {"0s,2s", "10s,12s"},
                                                                     {"0s,0s", "10s,0s"},
                                                                     {"0s,0s", "-10s,5s"},
-                                                                    {"3s,3s"}}) {
+                                                                    {"3s,3s"},
+                                                                    {"10s,20s", "0s,0s"}}) {
         const XmlElement clip = clipWithMap(document, points);
         EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear()) << points.front() << " " << points.back();
         EXPECT_TRUE(FCPXMLTime::hasNonLinearTimeMap(clip));
         EXPECT_FALSE(FCPXMLTime::linearSpeedMap(clip));
     }
+    // For interpolation the points are sorted by time.
+    EXPECT_EQ(FCPXMLTime::buildTimeMap(clipWithMap(document, {"10s,20s", "0s,0s"}))->points.front(),
+              (TimeMapPoint{0, 0}));
 }
 
-TEST(SpeedMapReading, UnreadablePointsAreSkipped) {
+TEST(SpeedMapReading, UnreadablePointsAreSkippedAndAMapWithoutAnyLeavesTimesUnmapped) {
     std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"0s,0s", "abc,5s", "10s,20s"});
+    XmlElement clip = clipWithMap(document, {"0s,0s", "abc,5s", "10s,20s"});
     EXPECT_EQ(timeMapKind(clip), TimeMapKind::linear(2));
     EXPECT_EQ(FCPXMLTime::buildTimeMap(clip)->points.size(), 2u);
-}
-
-TEST(SpeedMapReading, MapWithoutReadablePointsLeavesTimesUnmapped) {
-    std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"x,0s", "1s,y"});
+    clip = clipWithMap(document, {"x,0s", "1s,y"});
     EXPECT_FALSE(FCPXMLTime::buildTimeMap(clip));
     EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear());
     EXPECT_EQ(FCPXMLTime::clipSourceStart(clip), Rational(2));
     EXPECT_EQ(FCPXMLTime::clipSourceEnd(clip), Rational(5));
-}
-
-TEST(SpeedMapReading, PointsAreSortedByTimeForInterpolation) {
-    std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"10s,20s", "0s,0s"});
-    EXPECT_EQ(FCPXMLTime::buildTimeMap(clip)->points.front(), (TimeMapPoint{0, 0}));
-    // Linearity is judged on the points as written: the first one must be the origin.
-    EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear());
 }
 
 TEST(SpeedMapReading, ClipWithoutMap) {

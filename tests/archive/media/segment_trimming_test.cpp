@@ -164,19 +164,18 @@ TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {
     EXPECT_EQ(log.lines().back(), "✅     ✓ Gespeichert: A001_trimmed.m4v");
 }
 
-TEST_F(SegmentTrimming, FallbackRefusesSymbolicLinksAndEmptyFiles) {
+TEST_F(SegmentTrimming, FallbackRefusesSymbolicLinksAndEmptyTargets) {
     std::filesystem::create_symlink(folder / "src" / "A001.m4v", archiveMediaFolder(context) / "A001.m4v");
     fallbackCopy(plan({{0, 10}}), context);
     EXPECT_EQ(
         log.lines().back(),
         "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     EXPECT_TRUE(context.bundledAssets->snapshot().empty());
-}
-
-TEST_F(SegmentTrimming, FallbackRefusesAnEmptyTarget) {
+    std::filesystem::remove(archiveMediaFolder(context) / "A001.m4v");
     test::writeTextFile(folder / "src" / "A001.m4v", "");
     fallbackCopy(plan({{0, 10}}), context);
     EXPECT_EQ(log.lines().back(), "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel-Datei hat Größe 0");
+    EXPECT_TRUE(context.bundledAssets->snapshot().empty());
 }
 
 }  // namespace

@@ -286,35 +286,30 @@ TEST_F(ControllerRuns, ProgressReportsBecomeTheStatusLine) {
     EXPECT_EQ(controller.processingStatus(), "Clips schneiden: 3 von 12");
 }
 
+// A window's runs report through the event loop; an archive run keeps its report. The archived project's
+// one asset is a sound file, archived by copying alone.
 TEST_F(CoreTest, BackgroundRunsReportInOrderThroughTheEventLoop) {
     const auto application = test::makeApplication();
     test::TempFolder folder;
     test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
     ContentViewModel controller(RunMode::background);
     controller.loadFile(folder / "p.fcpxml");
-    controller.chooseOutputFolder(folder.path());
+    std::filesystem::create_directories(folder / "out");
+    controller.chooseOutputFolder(folder / "out");
     controller.startColorGrading();
     EXPECT_TRUE(controller.isProcessing());
     test::waitWhileProcessing(controller);
-    const Lines lines = messagesOf(controller.logEntries());
+    Lines lines = messagesOf(controller.logEntries());
     const auto started = std::find(lines.begin(), lines.end(), "Color-Grading gestartet");
     ASSERT_NE(started, lines.end());
     EXPECT_EQ(*(started + 1), "Lese FCPXML...");
     EXPECT_EQ(lines.back(), "Color-Grading erfolgreich abgeschlossen");
-}
 
-// An archive run of a project whose one asset is a sound file.
-TEST_F(CoreTest, AWindowsArchiveRunKeepsItsReportAndClosesThePipeline) {
-    const auto application = test::makeApplication();
-    test::TempFolder folder;
     test::writeTextFile(folder / "Ton.wav", std::string(2'000'000, 'x'));
     std::string project = test::readTextFile(test::fixture("core/sound_project.fcpxml"));
     project.replace(project.find("SOUND"), 5, MediaPath::url((folder / "Ton.wav").string()));
     test::writeTextFile(folder / "p.fcpxml", project);
-    ContentViewModel controller(RunMode::background);
     controller.loadFile(folder / "p.fcpxml");
-    std::filesystem::create_directories(folder / "out");
-    controller.chooseOutputFolder(folder / "out");
     controller.startArchiving();
     test::waitWhileProcessing(controller);
     ASSERT_TRUE(controller.lastArchiveReport());
@@ -322,7 +317,7 @@ TEST_F(CoreTest, AWindowsArchiveRunKeepsItsReportAndClosesThePipeline) {
     EXPECT_EQ(controller.lastArchiveReport()->archiveSize, 2'000'000);
     EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.archivingStatus().value));
     EXPECT_FALSE(controller.processingProgress());
-    const Lines lines = messagesOf(controller.logEntries());
+    lines = messagesOf(controller.logEntries());
     EXPECT_EQ(Lines(lines.end() - 3, lines.end()),
               (Lines{"  → Info.fcpxml: " + (folder / "out" / "archiv_Ton.fcpxmld" / "Info.fcpxml").string(),
                      "Report: Original 2 MB → Archiv 2 MB (\u22120.0%)", "Pipeline abgeschlossen"}));

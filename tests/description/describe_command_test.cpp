@@ -36,7 +36,7 @@ protected:
     const std::filesystem::path secondFile = output / "youtube_Bergtour im Her.YT2.txt";
 };
 
-TEST_F(DescribeCommand, WritesTitlesChaptersAndDescriptionsThenRemembersTheChoices) {
+TEST_F(DescribeCommand, WritesTitlesChaptersAndDescriptionsRemembersTheChoicesAndReplacesGivenSwitches) {
     const CommandResult first = describe({"-o", output.string(), "--chapters", "--descriptions",
                                           "--description1", "\nMehr Touren auf example.org\n\n#wandern  ",
                                           "--description2", "More tours on example.org"});
@@ -62,17 +62,14 @@ TEST_F(DescribeCommand, WritesTitlesChaptersAndDescriptionsThenRemembersTheChoic
     EXPECT_EQ(readTextFile(firstFile), expectedFirst);
     EXPECT_EQ(readTextFile(secondFile), expectedSecond);
     EXPECT_THAT(logMessages(again.standardOutput), Not(Contains("✅ YouTube-Beschreibungen gespeichert")));
-}
 
-TEST_F(DescribeCommand, GivenSwitchesReplaceBothRememberedOnes) {
-    ASSERT_EQ(describe({"-o", output.string(), "--chapters", "--descriptions", "--description1", "Text"})
-                  .exitStatus,
-              0);
+    // Given switches replace both remembered ones.
     removeWrittenFiles();
     const CommandResult descriptionsOnly = describe({"--descriptions"});
     ASSERT_EQ(descriptionsOnly.exitStatus, 0) << descriptionsOnly.standardOutput;
-    EXPECT_EQ(readTextFile(firstFile), "Bergtour im Herbst \n2024\n\nText");
-    EXPECT_EQ(readTextFile(secondFile), "Mountain tour in autumn 2024");
+    EXPECT_EQ(readTextFile(firstFile),
+              "Bergtour im Herbst \n2024\n\nMehr Touren auf example.org\n\n#wandern");
+    EXPECT_EQ(readTextFile(secondFile), "Mountain tour in autumn 2024\n\nMore tours on example.org");
     EXPECT_THAT(logMessages(descriptionsOnly.standardOutput),
                 Contains("ℹ️ DEBUG: Starte Task: Videobeschreibung"));
     EXPECT_THAT(logMessages(descriptionsOnly.standardOutput),

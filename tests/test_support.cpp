@@ -1,35 +1,15 @@
 #include "test_support.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "platform/process_runner.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <random>
 #include <sstream>
 #include <stdexcept>
 
-extern char** environ;
-
 namespace tidyreel::test {
-namespace {
-
-std::string environmentValue(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? value : "";
-}
-
-void restoreEnvironment(const char* name, const std::string& value) {
-    if (value.empty()) {
-        unsetenv(name);
-    } else {
-        setenv(name, value.c_str(), 1);
-    }
-}
-
-}  // namespace
 
 TempFolder::TempFolder() {
     std::random_device random;
@@ -52,63 +32,20 @@ TempFolder::~TempFolder() {
 }
 
 IsolatedUserFolders::IsolatedUserFolders()
-    : previousConfig_(environmentValue("XDG_CONFIG_HOME")), previousData_(environmentValue("XDG_DATA_HOME")) {
+    : config_("XDG_CONFIG_HOME", configHome().string()), data_("XDG_DATA_HOME", dataHome().string()) {
     std::filesystem::create_directories(configHome());
     std::filesystem::create_directories(dataHome());
-    setenv("XDG_CONFIG_HOME", configHome().c_str(), 1);
-    setenv("XDG_DATA_HOME", dataHome().c_str(), 1);
-}
-
-IsolatedUserFolders::~IsolatedUserFolders() {
-    restoreEnvironment("XDG_CONFIG_HOME", previousConfig_);
-    restoreEnvironment("XDG_DATA_HOME", previousData_);
 }
 
 CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders) {
-    TempFolder capture;
-    const std::string outPath = (capture / "stdout").string();
-    const std::string errPath = (capture / "stderr").string();
-    std::vector<std::string> words{TIDYREEL_BINARY};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-
-    std::vector<std::string> environment{"XDG_CONFIG_HOME=" + folders.configHome().string(),
-                                         "XDG_DATA_HOME=" + folders.dataHome().string()};
-    for (char** entry = environ; *entry; ++entry) {
-        const std::string text = *entry;
-        if (!text.starts_with("XDG_CONFIG_HOME=") && !text.starts_with("XDG_DATA_HOME=")) {
-            environment.push_back(text);
-        }
-    }
-    std::vector<char*> envp;
-    for (std::string& entry : environment) {
-        envp.push_back(entry.data());
-    }
-    envp.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC,
-                                     0600);
-    pid_t child = 0;
-    const int spawned = posix_spawn(&child, argv[0], &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned != 0) {
-        throw std::runtime_error("cannot start " + words.front());
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
+    const ScopedEnvironment config("XDG_CONFIG_HOME", folders.configHome().string());
+    const ScopedEnvironment data("XDG_DATA_HOME", folders.dataHome().string());
     CommandResult result;
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    result.standardOutput = readTextFile(outPath);
-    result.standardError = readTextFile(errPath);
+    const ProcessResult run =
+        runProcess({TIDYREEL_BINARY, arguments, std::nullopt, true,
+                    [&](std::string_view chunk) { result.standardError.append(chunk); }, nullptr});
+    result.exitStatus = run.exitStatus;
+    result.standardOutput = run.standardOutput;
     return result;
 }
 
@@ -171,6 +108,27 @@ std::vector<std::string> logMessages(const std::string& printedLog) {
         messages.push_back(line.size() > 9 ? line.substr(9) : line);
     }
     return messages;
+}
+
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> files;
+    std::error_code status;
+    for (auto it = std::filesystem::recursive_directory_iterator(folder, status);
+         it != std::filesystem::recursive_directory_iterator(); it.increment(status)) {
+        files.push_back(it->path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+Logger LogCollector::logger() {
+    return [this](LogEntryType type, const std::string& message) {
+        lines_.push_back(std::string(rawValue(type)) + " " + message);
+    };
+}
+
+bool LogCollector::contains(const std::string& line) const {
+    return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
 }
 
 }  // namespace tidyreel::test

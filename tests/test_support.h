@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/export_context.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -24,12 +26,24 @@ private:
     std::filesystem::path path_;
 };
 
+/// Sets an environment variable for the life of the object, restoring the old value afterwards.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(std::string name, const std::string& value);
+    ~ScopedEnvironment();
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    std::string name_;
+    std::optional<std::string> previous_;
+};
+
 /// Points settings and application data at private temporary folders for the life of the object,
 /// so that tests never read or write the user's real settings.
 class IsolatedUserFolders {
 public:
     IsolatedUserFolders();
-    ~IsolatedUserFolders();
 
     /// The folder that stands in for the user's configuration home.
     std::filesystem::path configHome() const { return folder_ / "config"; }
@@ -38,8 +52,8 @@ public:
 
 private:
     TempFolder folder_;
-    std::string previousConfig_;
-    std::string previousData_;
+    ScopedEnvironment config_;
+    ScopedEnvironment data_;
 };
 
 /// What a finished command printed and how it ended.
@@ -55,19 +69,6 @@ CommandResult runTidyreel(const std::vector<std::string>& arguments, const Isola
 /// Writes an executable shell script (a stand-in for a tool) and returns its path.
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);
 
-/// Sets an environment variable for the life of the object, restoring the old value afterwards.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(std::string name, const std::string& value);
-    ~ScopedEnvironment();
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    std::string name_;
-    std::optional<std::string> previous_;
-};
-
 /// Writes text to a file, creating its folder.
 void writeTextFile(const std::filesystem::path& file, const std::string& text);
 /// Reads a whole file.
@@ -78,5 +79,21 @@ std::filesystem::path fixture(const std::string& name);
 std::vector<std::string> splitLines(const std::string& text);
 /// The log messages of printed log lines ("HH:mm:ss <symbol> <message>" → "<symbol> <message>").
 std::vector<std::string> logMessages(const std::string& printedLog);
+/// Every file and folder below `folder`, sorted; empty when the folder does not exist.
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder);
+
+/// Collects log lines as "<symbol> <message>" for exact comparisons.
+class LogCollector {
+public:
+    /// A logger that appends to this collector.
+    Logger logger();
+    /// Every line so far.
+    const std::vector<std::string>& lines() const { return lines_; }
+    /// Whether one line equals `line` exactly.
+    bool contains(const std::string& line) const;
+
+private:
+    std::vector<std::string> lines_;
+};
 
 }  // namespace tidyreel::test

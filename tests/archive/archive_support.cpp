@@ -1,6 +1,6 @@
 #include "archive/archive_support.h"
 
-#include <algorithm>
+#include <sstream>
 
 namespace tidyreel::test {
 
@@ -20,14 +20,13 @@ std::string assetElement(const std::string& id, const std::string& file, const s
            "\"/></asset>";
 }
 
-Logger LogCollector::logger() {
-    return [this](LogEntryType type, const std::string& message) {
-        lines_.push_back(std::string(rawValue(type)) + " " + message);
-    };
-}
-
-bool LogCollector::contains(const std::string& line) const {
-    return std::find(lines_.begin(), lines_.end(), line) != lines_.end();
+std::vector<std::string> words(const std::string& text) {
+    std::vector<std::string> result;
+    std::istringstream stream(text);
+    for (std::string word; std::getline(stream, word, ' ');) {
+        result.push_back(word);
+    }
+    return result;
 }
 
 }  // namespace tidyreel::test

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/export_context.h"
 #include "fcpxml/xml.h"
+#include "test_support.h"
 
 #include <memory>
 #include <string>
@@ -16,18 +16,7 @@ std::shared_ptr<XmlDocument> projectWith(const std::string& resources, const std
 std::string assetElement(const std::string& id, const std::string& file, const std::string& duration,
                          const std::string& extraAttributes = "hasVideo=\"1\" hasAudio=\"1\" format=\"f1\"");
 
-/// Collects log lines as "<symbol> <message>" for exact comparisons.
-class LogCollector {
-public:
-    /// A logger that appends to this collector.
-    Logger logger();
-    /// Every line so far.
-    const std::vector<std::string>& lines() const { return lines_; }
-    /// Whether one line equals `line` exactly.
-    bool contains(const std::string& line) const;
-
-private:
-    std::vector<std::string> lines_;
-};
+/// The words of a text split at single spaces, for writing argument lists compactly.
+std::vector<std::string> words(const std::string& text);
 
 }  // namespace tidyreel::test

@@ -2,36 +2,26 @@
 
 #include "core/core_support.h"
 #include "core/language.h"
+#include "fcpxml/media_path.h"
 #include "platform/settings_store.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <QCoreApplication>
 
 #include <algorithm>
-#include <chrono>
-#include <thread>
 
 namespace tidyreel {
 namespace {
 
 using test::CoreTest;
 using test::messagesOf;
-
-bool contains(const std::vector<std::string>& lines, const std::string& line) {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
-}
-
-std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        files.push_back(entry.path());
-    }
-    return files;
-}
+using Lines = std::vector<std::string>;
+using ::testing::Contains;
+using ::testing::Not;
 
 class ControllerSettings : public CoreTest {};
 
-TEST_F(ControllerSettings, DefaultsWithoutStoredSettings) {
+TEST_F(ControllerSettings, DefaultsUntilPositiveNumbersAreStored) {
     ContentViewModel controller(RunMode::blocking);
     EXPECT_EQ(controller.buffer(), 10.0);
     EXPECT_EQ(controller.minSegment(), 20.0);
@@ -40,10 +30,7 @@ TEST_F(ControllerSettings, DefaultsWithoutStoredSettings) {
     EXPECT_EQ(controller.youtubeDescription1(), "");
     EXPECT_FALSE(controller.outputDirectory());
     EXPECT_TRUE(controller.debugMode());
-    EXPECT_EQ(messagesOf(controller.logEntries()), (std::vector<std::string>{"Tidyreel started"}));
-}
-
-TEST_F(ControllerSettings, StoredNumbersAreTakenOnlyWhenPositive) {
+    EXPECT_EQ(messagesOf(controller.logEntries()), Lines{"Tidyreel started"});
     SettingsStore::setDouble("buffer", 0.0);
     SettingsStore::setDouble("minSegment", -4.0);
     EXPECT_EQ(ContentViewModel(RunMode::blocking).buffer(), 10.0);
@@ -90,7 +77,7 @@ TEST_F(OutputFolderBookmark, ChosenFolderComesBackSilently) {
     }
     ContentViewModel restarted(RunMode::blocking);
     EXPECT_EQ(restarted.outputDirectory(), folder.path());
-    EXPECT_EQ(messagesOf(restarted.logEntries()), (std::vector<std::string>{"Tidyreel started"}));
+    EXPECT_EQ(messagesOf(restarted.logEntries()), Lines{"Tidyreel started"});
 }
 
 TEST_F(OutputFolderBookmark, AReplacedFolderIsStaleAndRenewedOnce) {
@@ -102,38 +89,39 @@ TEST_F(OutputFolderBookmark, AReplacedFolderIsStaleAndRenewedOnce) {
     std::filesystem::create_directory(output);
 
     ContentViewModel restarted(RunMode::blocking);
-    EXPECT_EQ(
-        messagesOf(restarted.logEntries()),
-        (std::vector<std::string>{"Zielordner-Bookmark veraltet, wird erneuert...", "Tidyreel started"}));
+    EXPECT_EQ(messagesOf(restarted.logEntries()),
+              (Lines{"Zielordner-Bookmark veraltet, wird erneuert...", "Tidyreel started"}));
     EXPECT_EQ(restarted.outputDirectory(), output);
     EXPECT_NE(SettingsStore::bytesValue("outputDirectoryBookmark"), before);
-    EXPECT_EQ(messagesOf(ContentViewModel(RunMode::blocking).logEntries()),
-              (std::vector<std::string>{"Tidyreel started"}));
+    EXPECT_EQ(messagesOf(ContentViewModel(RunMode::blocking).logEntries()), Lines{"Tidyreel started"});
 }
 
-TEST_F(OutputFolderBookmark, AVanishedFolderIsAnErrorLineAndNoFolder) {
+TEST_F(OutputFolderBookmark, AVanishedFolderOrGarbageIsAnErrorLineAndNoFolder) {
     const std::filesystem::path output = folder / "Gone";
     std::filesystem::create_directory(output);
     ContentViewModel(RunMode::blocking).chooseOutputFolder(output);
     std::filesystem::remove(output);
-    ContentViewModel restarted(RunMode::blocking);
-    EXPECT_FALSE(restarted.outputDirectory());
-    ASSERT_EQ(restarted.logEntries().size(), 2u);
-    EXPECT_EQ(restarted.logEntries()[0].type, LogEntryType::error);
-    EXPECT_TRUE(
-        restarted.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
-}
-
-TEST_F(OutputFolderBookmark, GarbageBookmarkDataIsAnErrorLine) {
-    SettingsStore::setBytes("outputDirectoryBookmark", "\x01\x02not a bookmark");
-    ContentViewModel controller(RunMode::blocking);
-    EXPECT_FALSE(controller.outputDirectory());
-    EXPECT_TRUE(
-        controller.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+    for (const bool garbage : {false, true}) {
+        if (garbage) {
+            SettingsStore::setBytes("outputDirectoryBookmark", "\x01\x02not a bookmark");
+        }
+        ContentViewModel restarted(RunMode::blocking);
+        EXPECT_FALSE(restarted.outputDirectory());
+        ASSERT_EQ(restarted.logEntries().size(), 2u);
+        EXPECT_EQ(restarted.logEntries()[0].type, LogEntryType::error);
+        EXPECT_TRUE(
+            restarted.logEntries()[0].message.starts_with("Fehler beim Laden des Zielordner-Bookmarks: "));
+    }
 }
 
 class ControllerFiles : public CoreTest {
 protected:
+    void load(const std::string& project = test::minimalProject()) {
+        test::writeTextFile(folder / "Projekt.fcpxml", project);
+        controller.loadFile(folder / "Projekt.fcpxml");
+    }
+    std::filesystem::path output() const { return folder / "out"; }
+
     test::TempFolder folder;
     ContentViewModel controller{RunMode::blocking};
 };
@@ -147,16 +135,14 @@ TEST_F(ControllerFiles, LoadingABundleUsesItsInfoFcpxmlAndKeepsTheBundleName) {
     EXPECT_TRUE(controller.fileLoadedAt());
     EXPECT_TRUE(controller.xmlDocument());
     EXPECT_EQ(messagesOf(controller.logEntries()),
-              (std::vector<std::string>{"Tidyreel started", "Ausgewählt: My Project.FCPXMLD",
-                                        "Gefunden: 1 Video-Rollen", "  → Video: 1 Clips"}));
+              (Lines{"Tidyreel started", "Ausgewählt: My Project.FCPXMLD", "Gefunden: 1 Video-Rollen",
+                     "  → Video: 1 Clips"}));
     EXPECT_EQ(controller.includedRoles(), (std::set<std::string>{"Video"}));
 }
 
 TEST_F(ControllerFiles, AnUnreadableProjectEmptiesTheRoles) {
-    test::writeTextFile(folder / "good.fcpxml", test::minimalProject());
-    controller.loadFile(folder / "good.fcpxml");
-    test::writeTextFile(folder / "broken.fcpxml", test::minimalProject().substr(0, 300));
-    controller.loadFile(folder / "broken.fcpxml");
+    load();
+    load(test::minimalProject().substr(0, 300));
     EXPECT_TRUE(controller.videoRoles().empty());
     EXPECT_FALSE(controller.xmlDocument());
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
@@ -164,8 +150,7 @@ TEST_F(ControllerFiles, AnUnreadableProjectEmptiesTheRoles) {
 }
 
 TEST_F(ControllerFiles, ClearingKeepsSettingsAndStatuses) {
-    test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
-    controller.loadFile(folder / "p.fcpxml");
+    load();
     controller.startColorGrading();  // fails: no output folder
     controller.clearFile();
     EXPECT_FALSE(controller.selectedFileURL());
@@ -176,10 +161,9 @@ TEST_F(ControllerFiles, ClearingKeepsSettingsAndStatuses) {
 }
 
 TEST_F(ControllerFiles, TheLanguageRuleFollowsTheFirstPreferredLanguage) {
-    test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
     setPreferredLanguages({"en-US", "de-DE"});
-    controller.loadFile(folder / "p.fcpxml");
-    EXPECT_EQ(controller.logEntries()[1].message, "Selected: p.fcpxml");
+    load();
+    EXPECT_EQ(controller.logEntries()[1].message, "Selected: Projekt.fcpxml");
     setPreferredLanguages({});
     controller.clearFile();
     EXPECT_EQ(controller.logEntries().back().message, "No file selected");
@@ -188,14 +172,7 @@ TEST_F(ControllerFiles, TheLanguageRuleFollowsTheFirstPreferredLanguage) {
     EXPECT_EQ(controller.logEntries().back().message, "Keine Datei ausgewählt");
 }
 
-class ControllerRuns : public ControllerFiles {
-protected:
-    void load(const std::string& project = test::minimalProject()) {
-        test::writeTextFile(folder / "Projekt.fcpxml", project);
-        controller.loadFile(folder / "Projekt.fcpxml");
-    }
-    std::filesystem::path output() const { return folder / "out"; }
-};
+using ControllerRuns = ControllerFiles;
 
 TEST_F(ControllerRuns, StartsWithoutAFileDoNothing) {
     controller.startColorGrading();
@@ -215,54 +192,48 @@ TEST_F(ControllerRuns, ColourGradingWritesTheDatedRenamedCopy) {
 
     EXPECT_FALSE(controller.isProcessing());
     EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.colorGradingStatus().value));
-    const std::vector<std::string> lines = messagesOf(controller.logEntries());
-    const std::vector<std::string> run(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
+    const Lines lines = messagesOf(controller.logEntries());
+    const Lines run(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end());
     ASSERT_EQ(run.size(), 12u);
-    EXPECT_EQ(run[0], "Color-Grading gestartet");
-    EXPECT_EQ(run[1], "Lese FCPXML...");
-    EXPECT_EQ(run[2], "DEBUG: Starte Task: Rollen-Effekte");
-    EXPECT_EQ(run[3], "DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)");
-    EXPECT_EQ(run[4], "DEBUG: Starte Task: FCPXML schreiben");
-    EXPECT_EQ(run[5], "Schreibe neue FCPXML...");
+    EXPECT_EQ(Lines(run.begin(), run.begin() + 6),
+              (Lines{"Color-Grading gestartet", "Lese FCPXML...", "DEBUG: Starte Task: Rollen-Effekte",
+                     "DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)",
+                     "DEBUG: Starte Task: FCPXML schreiben", "Schreibe neue FCPXML..."}));
     EXPECT_TRUE(run[6].starts_with("DEBUG: outputDir = "));
     EXPECT_TRUE(run[10].starts_with("✓ FCPXML gespeichert: "));
     EXPECT_EQ(run[11], "Color-Grading erfolgreich abgeschlossen");
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::success);
 
-    const std::vector<std::filesystem::path> written = filesIn(output());
+    const std::vector<std::filesystem::path> written = test::filesIn(output());
     ASSERT_EQ(written.size(), 1u);
     EXPECT_TRUE(written[0].filename().string().ends_with("_cologr_Projekt.fcpxml"));
-    const auto document = XmlDocument::load(written[0]);
-    const std::string name = document->first("//project").attribute("name").value_or("");
+    const std::string name = XmlDocument::load(written[0])->first("//project").attribute("name").value_or("");
     EXPECT_TRUE(name.ends_with("_colorgrading_Film")) << name;
     EXPECT_EQ(test::readTextFile(folder / "Projekt.fcpxml"), test::minimalProject());
 }
 
-TEST_F(ControllerRuns, ARunWithoutOutputFolderFailsBeforeParsing) {
+TEST_F(ControllerRuns, ColourGradingFailsWithoutAFolderBeforeParsingAndWritesNothingForABrokenProject) {
     load();
     controller.startColorGrading();
-    const std::vector<std::string> lines = messagesOf(controller.logEntries());
-    EXPECT_FALSE(contains(lines, "Lese FCPXML..."));
-    EXPECT_EQ(lines.back(), "Color-Grading fehlgeschlagen: Kein Zielordner ausgewählt");
+    EXPECT_THAT(messagesOf(controller.logEntries()), Not(Contains("Lese FCPXML...")));
+    EXPECT_EQ(controller.logEntries().back().message,
+              "Color-Grading fehlgeschlagen: Kein Zielordner ausgewählt");
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
     EXPECT_EQ(controller.colorGradingStatus(), ActionStatus::error("Fehler aufgetreten"));
-}
 
-TEST_F(ControllerRuns, AProjectBrokenAfterLoadingFailsTheRunAndWritesNothing) {
-    load();
     std::filesystem::create_directory(output());
     controller.chooseOutputFolder(output());
     test::writeTextFile(folder / "Projekt.fcpxml", "<fcpxml><resources>");
     controller.startColorGrading();
     EXPECT_TRUE(controller.logEntries().back().message.starts_with("Color-Grading fehlgeschlagen: "));
-    EXPECT_TRUE(filesIn(output()).empty());
+    EXPECT_TRUE(test::filesIn(output()).empty());
 }
 
 TEST_F(ControllerRuns, DescriptionWithBothSwitchesOffRunsNoTaskAndSucceeds) {
     load();
     controller.chooseOutputFolder(folder.path());
     controller.startVideoDescription();
-    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    const Lines lines = messagesOf(controller.logEntries());
     EXPECT_TRUE(std::none_of(lines.begin(), lines.end(), [](const std::string& line) {
         return line.starts_with("DEBUG: Starte Task: ");
     }));
@@ -270,19 +241,16 @@ TEST_F(ControllerRuns, DescriptionWithBothSwitchesOffRunsNoTaskAndSucceeds) {
     EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.youtubeDescriptionStatus().value));
 }
 
-TEST_F(ControllerRuns, ArchivingWithoutOutputFolderShowsTheAlertAndRunsNothing) {
+TEST_F(ControllerRuns, ArchivingWithoutAWritableOutputFolderShowsTheAlertAndRunsNothing) {
     load();
     controller.startArchiving();
     EXPECT_TRUE(controller.showPermissionAlert());
     EXPECT_EQ(controller.permissionAlertMessage(), "Kein Zielordner ausgewählt");
     EXPECT_EQ(controller.logEntries().back().message, "Kein Zielordner ausgewählt");
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
-    EXPECT_FALSE(contains(messagesOf(controller.logEntries()), "Trim & Archivierung gestartet"));
+    EXPECT_THAT(messagesOf(controller.logEntries()), Not(Contains("Trim & Archivierung gestartet")));
     EXPECT_EQ(controller.archivingStatus(), ActionStatus::notExecuted());
-}
 
-TEST_F(ControllerRuns, ArchivingIntoAFolderThatCannotBeWrittenShowsTheAlert) {
-    load();
     setPreferredLanguages({"en"});
     std::filesystem::create_directory(output());
     controller.chooseOutputFolder(output());
@@ -298,18 +266,16 @@ TEST_F(ControllerRuns, ArchivingWithNoRolesNamesNone) {
     controller.chooseOutputFolder(folder.path());
     controller.setIncludedRoles({});
     controller.startArchiving();
-    const std::vector<std::string> lines = messagesOf(controller.logEntries());
-    EXPECT_TRUE(contains(lines, "Eingeschlossene Rollen: keine"));
+    const Lines lines = messagesOf(controller.logEntries());
     const auto started = std::find(lines.begin(), lines.end(), "Trim & Archivierung gestartet");
     ASSERT_NE(started, lines.end());
     EXPECT_EQ(*(started + 1), "Eingeschlossene Rollen: keine");
     EXPECT_EQ(*(started + 2), "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
     EXPECT_EQ(*(started + 4),
               "│  startAccessingSecurityScopedResource() → FALSE (kein Scope / bereits aktiv)");
-    const std::vector<std::filesystem::path> leftovers = filesIn(folder.path());
-    EXPECT_TRUE(std::none_of(leftovers.begin(), leftovers.end(), [](const std::filesystem::path& path) {
-        return path.filename().string().starts_with(".permission_test_");
-    }));
+    for (const std::filesystem::path& left : test::filesIn(folder.path())) {
+        EXPECT_FALSE(left.filename().string().starts_with(".permission_test_")) << left;
+    }
 }
 
 TEST_F(ControllerRuns, ProgressReportsBecomeTheStatusLine) {
@@ -320,33 +286,41 @@ TEST_F(ControllerRuns, ProgressReportsBecomeTheStatusLine) {
     EXPECT_EQ(controller.processingStatus(), "Clips schneiden: 3 von 12");
 }
 
+// A window's runs report through the event loop; an archive run keeps its report. The archived project's
+// one asset is a sound file, archived by copying alone.
 TEST_F(CoreTest, BackgroundRunsReportInOrderThroughTheEventLoop) {
-    int argc = 1;
-    char name[] = "test";
-    char* argv[] = {name, nullptr};
-    std::unique_ptr<QCoreApplication> application;
-    if (!QCoreApplication::instance()) {
-        application = std::make_unique<QCoreApplication>(argc, argv);
-    }
+    const auto application = test::makeApplication();
     test::TempFolder folder;
     test::writeTextFile(folder / "p.fcpxml", test::minimalProject());
     ContentViewModel controller(RunMode::background);
     controller.loadFile(folder / "p.fcpxml");
-    controller.chooseOutputFolder(folder.path());
+    std::filesystem::create_directories(folder / "out");
+    controller.chooseOutputFolder(folder / "out");
     controller.startColorGrading();
     EXPECT_TRUE(controller.isProcessing());
-    // A guard against hanging, not a timing assertion: the run takes milliseconds.
-    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(2);
-    while (controller.isProcessing() && std::chrono::steady_clock::now() < giveUp) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    ASSERT_FALSE(controller.isProcessing());
-    const std::vector<std::string> lines = messagesOf(controller.logEntries());
+    test::waitWhileProcessing(controller);
+    Lines lines = messagesOf(controller.logEntries());
     const auto started = std::find(lines.begin(), lines.end(), "Color-Grading gestartet");
     ASSERT_NE(started, lines.end());
     EXPECT_EQ(*(started + 1), "Lese FCPXML...");
     EXPECT_EQ(lines.back(), "Color-Grading erfolgreich abgeschlossen");
+
+    test::writeTextFile(folder / "Ton.wav", std::string(2'000'000, 'x'));
+    std::string project = test::readTextFile(test::fixture("core/sound_project.fcpxml"));
+    project.replace(project.find("SOUND"), 5, MediaPath::url((folder / "Ton.wav").string()));
+    test::writeTextFile(folder / "p.fcpxml", project);
+    controller.loadFile(folder / "p.fcpxml");
+    controller.startArchiving();
+    test::waitWhileProcessing(controller);
+    ASSERT_TRUE(controller.lastArchiveReport());
+    EXPECT_EQ(controller.lastArchiveReport()->originalSize, 2'000'000);
+    EXPECT_EQ(controller.lastArchiveReport()->archiveSize, 2'000'000);
+    EXPECT_TRUE(std::holds_alternative<ActionStatus::Success>(controller.archivingStatus().value));
+    EXPECT_FALSE(controller.processingProgress());
+    lines = messagesOf(controller.logEntries());
+    EXPECT_EQ(Lines(lines.end() - 3, lines.end()),
+              (Lines{"  → Info.fcpxml: " + (folder / "out" / "archiv_Ton.fcpxmld" / "Info.fcpxml").string(),
+                     "Report: Original 2 MB → Archiv 2 MB (\u22120.0%)", "Pipeline abgeschlossen"}));
 }
 
 }  // namespace

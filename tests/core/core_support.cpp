@@ -5,6 +5,9 @@
 #include <gtest/gtest.h>
 #include <QSettings>
 
+#include <chrono>
+#include <thread>
+
 namespace tidyreel::test {
 namespace {
 
@@ -36,27 +39,25 @@ std::vector<std::string> messagesOf(const std::vector<LogEntry>& entries) {
 }
 
 std::string minimalProject(const std::string& projectName) {
-    return R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE fcpxml>
-<fcpxml version="1.11">
-    <resources>
-        <format id="r1" frameDuration="1/25s" width="1920" height="1080"/>
-        <asset id="r2" name="A" start="0s" duration="100s" hasVideo="1"><media-rep kind="original-media" src="file:///media/A.mov"/></asset>
-    </resources>
-    <library>
-        <event name="E">
-            <project name=")" +
-           projectName + R"(">
-                <sequence format="r1" duration="10s">
-                    <spine>
-                        <asset-clip ref="r2" offset="0s" duration="10s" videoRole="Video.Video-1"/>
-                    </spine>
-                </sequence>
-            </project>
-        </event>
-    </library>
-</fcpxml>
-)";
+    std::string project = readTextFile(fixture("core/minimal_project.fcpxml"));
+    return project.replace(project.find("\"Film\""), 6, "\"" + projectName + "\"");
+}
+
+std::unique_ptr<QCoreApplication> makeApplication() {
+    static int argc = 1;
+    static char name[] = "test";
+    static char* argv[] = {name, nullptr};
+    return QCoreApplication::instance() ? nullptr : std::make_unique<QCoreApplication>(argc, argv);
+}
+
+void waitWhileProcessing(const ContentViewModel& controller) {
+    // A guard against hanging, not a timing assertion.
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while (controller.isProcessing() && std::chrono::steady_clock::now() < giveUp) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ASSERT_FALSE(controller.isProcessing());
 }
 
 }  // namespace tidyreel::test

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "core/content_view_model.h"
 #include "core/log_entry.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>
+#include <QCoreApplication>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,5 +27,11 @@ std::vector<std::string> messagesOf(const std::vector<LogEntry>& entries);
 
 /// The minimal project every run can read: one clip of role "Video" in a named project.
 std::string minimalProject(const std::string& projectName = "Film");
+
+/// The application object that background runs report through, unless one exists already.
+std::unique_ptr<QCoreApplication> makeApplication();
+
+/// Runs the event loop until the controller's background run has ended.
+void waitWhileProcessing(const ContentViewModel& controller);
 
 }  // namespace tidyreel::test

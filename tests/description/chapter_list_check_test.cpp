@@ -24,19 +24,14 @@ TEST_F(ChapterListCheck, AcceptsAListThePlatformTakes) {
     EXPECT_TRUE(chapterListWarnings({}, Fraction(30)).empty());
 }
 
-TEST_F(ChapterListCheck, NamesALateFirstChapter) {
-    const std::vector<ChapterMarker> markers = {
-        {"Intro", Fraction(1)}, {"Teil 1", Fraction(20)}, {"Teil 2", Fraction(40)}};
-    EXPECT_EQ(chapterListWarnings(markers, Fraction(60)),
+TEST_F(ChapterListCheck, NamesALateFirstChapterAndTheChaptersOfATooShortList) {
+    EXPECT_EQ(chapterListWarnings(
+                  {{"Intro", Fraction(1)}, {"Teil 1", Fraction(20)}, {"Teil 2", Fraction(40)}}, Fraction(60)),
               std::vector<std::string>{
                   prefix + "the first chapter must start at 00:00, \"00:00:01 Intro\" starts later"});
-}
-
-TEST_F(ChapterListCheck, NamesTheChaptersOfATooShortList) {
     EXPECT_EQ(chapterListWarnings({{"Intro", Fraction(0)}, {"Ende", Fraction(60)}}, Fraction(120)),
-              std::vector<std::string>{
-                  prefix + "at least 3 chapters are needed, the list has only 2: \"00:00:00 Intro\", "
-                           "\"00:01:00 Ende\""});
+              std::vector<std::string>{prefix + "at least 3 chapters are needed, the list has only 2: "
+                                                "\"00:00:00 Intro\", \"00:01:00 Ende\""});
 }
 
 TEST_F(ChapterListCheck, MeasuresChapterLengthsBetweenTheWrittenSeconds) {

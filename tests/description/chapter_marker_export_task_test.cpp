@@ -15,6 +15,7 @@ using test::projectXml;
 using test::readTextFile;
 using test::RecordingContext;
 using test::TempFolder;
+using Lines = std::vector<std::string>;
 
 // One clip over the whole timeline carrying a chapter marker every 30 seconds, from 00:00:00.
 std::string projectWithChapters(int count) {
@@ -50,139 +51,120 @@ protected:
 
 TEST_F(ChapterMarkerExportTaskTest, WritesOnlyTheChapterListWithAllItsLogLines) {
     RecordingContext run(projectWithChapters(12), folder.path(), "Projekt.fcpxml");
-    setDescriptionInputs(run.context());
-    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
+    setDescriptionInputs(run.context);
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
 
     const std::filesystem::path file = folder / "youtube_Projekt.YT1.txt";
     EXPECT_EQ(readTextFile(file), chapterLines(12));
     EXPECT_FALSE(std::filesystem::exists(folder / "youtube_Projekt.YT2.txt"));
-    EXPECT_EQ(run.messages(), (std::vector<std::string>{
-                                  "Lese Kapitelmarker...",
-                                  "DEBUG: Modus = Nur Kapitel (ohne Videobeschreibungen)",
-                                  "DEBUG: 12 Kapitelmarker gefunden",
-                                  "  → 00:00:00 - Kapitel 1",
-                                  "  → 00:00:30 - Kapitel 2",
-                                  "  → 00:01:00 - Kapitel 3",
-                                  "  → ... und 9 weitere",
-                                  "DEBUG: Export-Inhalt:",
-                                  "  → Kapitel: ✅ (12)",
-                                  "  → QUILLT: ❌",
-                                  "  → Beschreibungen: ❌",
-                                  "DEBUG: Export Base-URL = " + (folder / "youtube_Projekt").string(),
-                                  "✓ 12 Kapitel exportiert: youtube_Projekt.YT1.txt",
-                                  "  Format: QUILLT → Kapitel",
-                                  "  → " + file.string(),
-                              }));
-    EXPECT_EQ(run.lines()[12].first, LogEntryType::success);
+    EXPECT_EQ(run.log.lines(), (Lines{
+                                   "ℹ️ Lese Kapitelmarker...",
+                                   "ℹ️ DEBUG: Modus = Nur Kapitel (ohne Videobeschreibungen)",
+                                   "ℹ️ DEBUG: 12 Kapitelmarker gefunden",
+                                   "ℹ️   → 00:00:00 - Kapitel 1",
+                                   "ℹ️   → 00:00:30 - Kapitel 2",
+                                   "ℹ️   → 00:01:00 - Kapitel 3",
+                                   "ℹ️   → ... und 9 weitere",
+                                   "ℹ️ DEBUG: Export-Inhalt:",
+                                   "ℹ️   → Kapitel: ✅ (12)",
+                                   "ℹ️   → QUILLT: ❌",
+                                   "ℹ️   → Beschreibungen: ❌",
+                                   "ℹ️ DEBUG: Export Base-URL = " + (folder / "youtube_Projekt").string(),
+                                   "✅ ✓ 12 Kapitel exportiert: youtube_Projekt.YT1.txt",
+                                   "ℹ️   Format: QUILLT → Kapitel",
+                                   "ℹ️   → " + file.string(),
+                               }));
 }
 
 TEST_F(ChapterMarkerExportTaskTest, CombinesTitlesChaptersAndDescriptions) {
     RecordingContext run(projectWithChapters(3), folder.path(), "Reise.2024.Teil1.fcpxml");
-    setDescriptionInputs(run.context());
-    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+    setDescriptionInputs(run.context);
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
 
     EXPECT_EQ(readTextFile(folder / "youtube_Reise.2024.YT1.txt"),
               "Bergtour im Herbst\n\n" + chapterLines(3) + "\n\nMehr unter example.org");
     EXPECT_EQ(readTextFile(folder / "youtube_Reise.2024.YT2.txt"), chapterLines(3));
-    const std::vector<std::string> messages = run.messages();
-    EXPECT_EQ(
-        std::vector<std::string>(messages.begin() + 1, messages.begin() + 8),
-        (std::vector<std::string>{
-            "DEBUG: Modus = Kapitel + Videobeschreibungen kombiniert", "DEBUG: 3 Kapitelmarker gefunden",
-            "  → 00:00:00 - Kapitel 1", "  → 00:00:30 - Kapitel 2", "  → 00:01:00 - Kapitel 3",
-            "DEBUG: Beschreibung 1 = '  Mehr unter example.org\n'", "DEBUG: Beschreibung 2 = ' \n\t'"}));
-    EXPECT_EQ(messages[11], "  → Beschreibungen: ✅");
-    EXPECT_EQ(messages[13],
-              "✓ 3 Kapitel + Videobeschreibungen exportiert: youtube_Reise.2024.YT1.txt & "
+    const Lines& lines = run.log.lines();
+    EXPECT_EQ(lines[1], "ℹ️ DEBUG: Modus = Kapitel + Videobeschreibungen kombiniert");
+    EXPECT_EQ(lines[13],
+              "✅ ✓ 3 Kapitel + Videobeschreibungen exportiert: youtube_Reise.2024.YT1.txt & "
               "youtube_Reise.2024.YT2.txt");
-    EXPECT_EQ(messages[14], "  Format: QUILLT → Kapitel → Videobeschreibung");
+    EXPECT_EQ(lines[14], "ℹ️   Format: QUILLT → Kapitel → Videobeschreibung");
 }
 
 TEST_F(ChapterMarkerExportTaskTest, WritesBothFilesForADescriptionWithoutChapters) {
     RecordingContext run(projectWithChapters(0), folder.path());
-    run.context().youtubeDescription1 = "Nur Deutsch";
-    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
+    run.context.youtubeDescription1 = "Nur Deutsch";
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
 
     EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "Nur Deutsch");
     EXPECT_EQ(std::filesystem::file_size(folder / "youtube_Projekt.YT2.txt"), 0u);
-    const std::vector<std::string> messages = run.messages();
-    EXPECT_NE(std::find(messages.begin(), messages.end(),
-                        "✓ 0 Kapitel + Videobeschreibungen exportiert: youtube_Projekt.YT1.txt & "
-                        "youtube_Projekt.YT2.txt"),
-              messages.end());
-    EXPECT_NE(std::find(messages.begin(), messages.end(), "  → Kapitel: ❌"), messages.end());
+    EXPECT_TRUE(run.log.contains(
+        "✅ ✓ 0 Kapitel + Videobeschreibungen exportiert: youtube_Projekt.YT1.txt & youtube_Projekt.YT2.txt"));
+    EXPECT_TRUE(run.log.contains("ℹ️   → Kapitel: ❌"));
 }
 
 TEST_F(ChapterMarkerExportTaskTest, WritesNothingWhenThereIsNothingToExport) {
-    const std::string nothing = "  (Keine Kapitelmarker, QUILLT-Texte oder Beschreibungen gefunden)";
+    const std::string nothing = "ℹ️   (Keine Kapitelmarker, QUILLT-Texte oder Beschreibungen gefunden)";
     {
         // Chapters alone ignore the titles and descriptions.
         RecordingContext run(projectWithChapters(0), folder.path());
-        setDescriptionInputs(run.context());
-        ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
-        EXPECT_EQ(run.messages().back(), nothing);
+        setDescriptionInputs(run.context);
+        ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
+        EXPECT_EQ(run.log.lines().back(), nothing);
     }
-    {
-        RecordingContext run(projectWithChapters(0), folder.path());
-        run.context().quillt2Text = "\n ";
-        run.context().youtubeDescription1 = "\u00A0";
-        ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
-        EXPECT_EQ(run.messages().back(), nothing);
-        EXPECT_EQ(run.messages().size(), 6u);
-    }
+    RecordingContext run(projectWithChapters(0), folder.path());
+    run.context.quillt2Text = "\n ";
+    run.context.youtubeDescription1 = "\u00A0";
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
+    EXPECT_EQ(run.log.lines().back(), nothing);
+    EXPECT_EQ(run.log.lines().size(), 6u);
     EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
 }
 
 TEST_F(ChapterMarkerExportTaskTest, ShortensLongDescriptionsInTheDebugLines) {
     RecordingContext run(projectWithChapters(1), folder.path());
-    run.context().youtubeDescription1 = std::string(50, 'x') + "ü";
-    run.context().youtubeDescription2 = std::string(49, 'y') + "ü";
-    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
-    EXPECT_EQ(run.messages()[4], "DEBUG: Beschreibung 1 = '" + std::string(50, 'x') + "'...");
-    EXPECT_EQ(run.messages()[5], "DEBUG: Beschreibung 2 = '" + std::string(49, 'y') + "ü'");
+    run.context.youtubeDescription1 = std::string(50, 'x') + "ü";
+    run.context.youtubeDescription2 = std::string(49, 'y') + "ü";
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
+    EXPECT_EQ(run.log.lines()[4], "ℹ️ DEBUG: Beschreibung 1 = '" + std::string(50, 'x') + "'...");
+    EXPECT_EQ(run.log.lines()[5], "ℹ️ DEBUG: Beschreibung 2 = '" + std::string(49, 'y') + "ü'");
 }
 
+// The warnings' wording is the chapter list check's; here they must follow the written list.
 TEST_F(ChapterMarkerExportTaskTest, WarnsAfterWritingAListThePlatformWillNotTake) {
-    RecordingContext run(projectXml(R"(<asset-clip offset="0s" start="0s" duration="600s">
-                                         <chapter-marker start="5s" value="Intro"/>
-                                         <chapter-marker start="10s" value="Ende"/>
-                                       </asset-clip>)"),
-                         folder.path());
-    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context());
+    RecordingContext run(
+        projectXml(R"(<asset-clip offset="0s" start="0s" duration="600s">)"
+                   R"(<chapter-marker start="5s" value="Intro"/><chapter-marker start="10s" value="Ende"/>)"
+                   R"(</asset-clip>)"),
+        folder.path());
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
     EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "00:00:05 Intro\n00:00:10 Ende");
-    std::vector<std::string> warnings;
-    for (const auto& [type, message] : run.lines()) {
-        if (type == LogEntryType::warning) {
-            warnings.push_back(message);
-        }
+    const Lines& lines = run.log.lines();
+    ASSERT_GE(lines.size(), 4u);
+    EXPECT_EQ(lines[lines.size() - 4], "ℹ️   → " + (folder / "youtube_Projekt.YT1.txt").string());
+    for (std::size_t i = lines.size() - 3; i < lines.size(); ++i) {
+        EXPECT_TRUE(lines[i].starts_with("⚠️ ⚠️ YouTube erkennt die Kapitel nicht: ")) << lines[i];
     }
-    EXPECT_EQ(warnings,
-              (std::vector<std::string>{
-                  "⚠️ YouTube erkennt die Kapitel nicht: Das erste Kapitel muss bei 00:00 beginnen, "
-                  "„00:00:05 Intro“ beginnt später",
-                  "⚠️ YouTube erkennt die Kapitel nicht: Es sind mindestens 3 Kapitel nötig, die Liste "
-                  "hat nur 2: „00:00:05 Intro“, „00:00:10 Ende“",
-                  "⚠️ YouTube erkennt die Kapitel nicht: Jedes Kapitel muss mindestens 10 Sekunden "
-                  "dauern, zu kurz: „00:00:05 Intro“ (5 s)"}));
-    EXPECT_EQ(run.lines().back().first, LogEntryType::warning);
 }
 
 TEST_F(ChapterMarkerExportTaskTest, WritesNoDebugLinesOutsideDebugMode) {
     RecordingContext run(projectWithChapters(3), folder.path());
-    run.context().debugMode = false;
-    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context());
-    EXPECT_EQ(run.messages(), (std::vector<std::string>{"Lese Kapitelmarker...",
-                                                        "✓ 3 Kapitel + Videobeschreibungen exportiert: "
-                                                        "youtube_Projekt.YT1.txt & youtube_Projekt.YT2.txt",
-                                                        "  Format: QUILLT → Kapitel → Videobeschreibung"}));
+    run.context.debugMode = false;
+    ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
+    EXPECT_EQ(run.log.lines(),
+              (Lines{"ℹ️ Lese Kapitelmarker...",
+                     "✅ ✓ 3 Kapitel + Videobeschreibungen exportiert: youtube_Projekt.YT1.txt & "
+                     "youtube_Projekt.YT2.txt",
+                     "ℹ️   Format: QUILLT → Kapitel → Videobeschreibung"}));
 }
 
 TEST_F(ChapterMarkerExportTaskTest, FailsWithTheWriteErrorAndReportsNoSuccess) {
     test::writeTextFile(folder / "not-a-folder", "");
     RecordingContext run(projectWithChapters(3), folder / "not-a-folder");
-    EXPECT_THROW(ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context()), Error);
-    for (const auto& [type, message] : run.lines()) {
-        EXPECT_NE(type, LogEntryType::success) << message;
+    EXPECT_THROW(ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context), Error);
+    for (const std::string& line : run.log.lines()) {
+        EXPECT_FALSE(line.starts_with("✅")) << line;
     }
 }
 

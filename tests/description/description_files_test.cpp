@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 namespace tidyreel {
 namespace {
 
@@ -27,35 +25,15 @@ std::filesystem::path baseFor(const std::string& projectFile, const std::filesys
     return descriptionBaseURL(context);
 }
 
-std::vector<std::string> namesOf(const std::vector<std::filesystem::path>& files) {
-    std::vector<std::string> names;
-    for (const auto& file : files) {
-        names.push_back(file.filename().string());
-    }
-    return names;
-}
-
-TEST(DescriptionFileNames, CutTheProjectNameToFifteenCharacters) {
+// The project name is cut to fifteen characters; an extension left in the cut name is replaced.
+TEST(DescriptionFileNames, CutTheProjectNameAndReplaceAnExtensionLeftInIt) {
     EXPECT_EQ(baseFor("Bergtour im Herbst 2024.fcpxml"), "/out/youtube_Bergtour im Her");
     EXPECT_EQ(descriptionFileURL(baseFor("Bergtour im Herbst 2024.fcpxml"), "YT1"),
               "/out/youtube_Bergtour im Her.YT1.txt");
     EXPECT_EQ(descriptionFileURL(baseFor("Kurz.fcpxmld"), "YT2"), "/out/youtube_Kurz.YT2.txt");
-}
-
-TEST(DescriptionFileNames, ReplaceAnExtensionLeftInTheCutName) {
-    const std::filesystem::path base = baseFor("Reise.2024.Teil1.fcpxml");
-    EXPECT_EQ(base, "/out/youtube_Reise.2024.Teil");
-    EXPECT_EQ(descriptionFileURL(base, "YT1"), "/out/youtube_Reise.2024.YT1.txt");
-    EXPECT_EQ(descriptionFileURL(base, "YT2"), "/out/youtube_Reise.2024.YT2.txt");
-}
-
-TEST(DescriptionFileNames, NeverSplitAMultiByteCharacter) {
-    // "Überraschungen" has 14 characters; the 15th is a three-byte "€", a decomposed "é" (e and a
-    // combining accent) or a thumb with a skin tone (two four-byte code points).
-    EXPECT_EQ(baseFor("Überraschungen€x.fcpxml").filename(), "youtube_Überraschungen€");
-    EXPECT_EQ(baseFor("Überraschungene\u0301x.fcpxml").filename(), "youtube_Überraschungene\u0301");
-    EXPECT_EQ(baseFor("Überraschungen👍🏽x.fcpxml").filename(), "youtube_Überraschungen👍🏽");
-    EXPECT_EQ(baseFor("Überraschungen.fcpxml").filename(), "youtube_Überraschungen");
+    EXPECT_EQ(baseFor("Reise.2024.Teil1.fcpxml"), "/out/youtube_Reise.2024.Teil");
+    EXPECT_EQ(descriptionFileURL(baseFor("Reise.2024.Teil1.fcpxml"), "YT2"),
+              "/out/youtube_Reise.2024.YT2.txt");
 }
 
 TEST(DescriptionFileContent, JoinsThePresentBlocksWithOneEmptyLine) {
@@ -69,42 +47,34 @@ TEST(DescriptionFileContent, JoinsThePresentBlocksWithOneEmptyLine) {
     EXPECT_EQ(descriptionFileContent("  ", {}, "\n"), "");
 }
 
-TEST(DescriptionFiles, WriteOneChapterFileWithoutDescriptions) {
-    TempFolder folder;
-    const auto files = writeDescriptionFiles("Titel 1", "Titel 2", threeMarkers, {}, folder / "youtube_P");
-    EXPECT_EQ(namesOf(files), std::vector<std::string>{"youtube_P.YT1.txt"});
-    EXPECT_EQ(readTextFile(folder / "youtube_P.YT1.txt"), "Titel 1\n\n" + chapterLines);
-    EXPECT_FALSE(std::filesystem::exists(folder / "youtube_P.YT2.txt"));
-}
-
-TEST(DescriptionFiles, WriteNothingWithoutMarkersOrDescriptions) {
-    TempFolder folder;
-    EXPECT_TRUE(writeDescriptionFiles("Titel 1", "Titel 2", {}, {}, folder / "youtube_P").empty());
-    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
-}
-
-TEST(DescriptionFiles, PairEachTitleWithItsDescription) {
-    TempFolder folder;
-    const auto files =
-        writeDescriptionFiles("Titel", "", threeMarkers, {"Beschreibung DE", " "}, folder / "youtube_P");
-    EXPECT_EQ(namesOf(files), (std::vector<std::string>{"youtube_P.YT1.txt", "youtube_P.YT2.txt"}));
-    EXPECT_EQ(readTextFile(files[0]), "Titel\n\n" + chapterLines + "\n\nBeschreibung DE");
-    EXPECT_EQ(readTextFile(files[1]), chapterLines);
-}
-
-TEST(DescriptionFiles, WriteEmptyFilesWhenEveryBlockIsEmpty) {
-    TempFolder folder;
-    const auto files = writeDescriptionFiles("", "", {}, {"", "\n"}, folder / "youtube_P");
-    ASSERT_EQ(files.size(), 2u);
-    EXPECT_EQ(std::filesystem::file_size(files[0]), 0u);
-    EXPECT_EQ(std::filesystem::file_size(files[1]), 0u);
-}
-
-TEST(DescriptionFiles, WriteOnlyTheFirstFileForASingleDescription) {
-    TempFolder folder;
-    const auto files = writeDescriptionFiles("Titel", "Title", {}, {"Nur eine"}, folder / "youtube_P");
-    EXPECT_EQ(namesOf(files), std::vector<std::string>{"youtube_P.YT1.txt"});
-    EXPECT_EQ(readTextFile(files[0]), "Titel\n\nNur eine");
+TEST(DescriptionFiles, WriteOneFilePerDescriptionOrOneChapterFile) {
+    struct Case {
+        std::string firstHeader, secondHeader;
+        std::vector<ChapterMarker> markers;
+        std::vector<std::string> descriptions;
+        std::vector<std::string> contents;  // of YT1, YT2
+    };
+    const std::vector<Case> cases{{"Titel 1", "Titel 2", threeMarkers, {}, {"Titel 1\n\n" + chapterLines}},
+                                  {"Titel 1", "Titel 2", {}, {}, {}},
+                                  {"Titel",
+                                   "",
+                                   threeMarkers,
+                                   {"Beschreibung DE", " "},
+                                   {"Titel\n\n" + chapterLines + "\n\nBeschreibung DE", chapterLines}},
+                                  {"", "", {}, {"", "\n"}, {"", ""}},
+                                  {"Titel", "Title", {}, {"Nur eine"}, {"Titel\n\nNur eine"}}};
+    for (const Case& c : cases) {
+        TempFolder folder;
+        const auto files = writeDescriptionFiles(c.firstHeader, c.secondHeader, c.markers, c.descriptions,
+                                                 folder / "youtube_P");
+        SCOPED_TRACE(c.firstHeader + " / " + std::to_string(c.descriptions.size()) + " descriptions");
+        ASSERT_EQ(files.size(), c.contents.size());
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            EXPECT_EQ(files[i], folder / ("youtube_P.YT" + std::to_string(i + 1) + ".txt"));
+            EXPECT_EQ(readTextFile(files[i]), c.contents[i]);
+        }
+        EXPECT_EQ(test::filesIn(folder.path()).size(), files.size());
+    }
 }
 
 TEST(DescriptionFiles, ReplaceExistingFilesWholly) {
@@ -141,12 +111,9 @@ TEST(DescriptionFiles, KeepTheFirstFileWhenTheSecondCannotBeWritten) {
     std::filesystem::create_directories(folder / "youtube_P.YT2.txt" / "occupied");
     EXPECT_THROW(writeDescriptionFiles("", "", threeMarkers, {"A", "B"}, folder / "youtube_P"), Error);
     EXPECT_EQ(readTextFile(folder / "youtube_P.YT1.txt"), chapterLines + "\n\nA");
-    std::vector<std::string> left;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
-        left.push_back(entry.path().filename().string());
-    }
-    std::sort(left.begin(), left.end());
-    EXPECT_EQ(left, (std::vector<std::string>{"youtube_P.YT1.txt", "youtube_P.YT2.txt"}));
+    EXPECT_EQ(test::filesIn(folder.path()),
+              (std::vector<std::filesystem::path>{folder / "youtube_P.YT1.txt", folder / "youtube_P.YT2.txt",
+                                                  folder / "youtube_P.YT2.txt" / "occupied"}));
 }
 
 }  // namespace

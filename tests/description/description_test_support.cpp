@@ -1,6 +1,7 @@
 #include "description/description_test_support.h"
 
 #include "fcpxml/xml.h"
+#include "test_support.h"
 
 #include <fmt/format.h>
 
@@ -8,38 +9,19 @@ namespace tidyreel::test {
 
 std::string projectXml(const std::string& spine, const std::string& resources,
                        const std::string& sequenceAttributes) {
-    return fmt::format(R"(<?xml version="1.0" encoding="UTF-8"?>
-<!DOCTYPE fcpxml>
-<fcpxml version="1.11">
-  <resources><format id="r1" frameDuration="1/25s" width="1920" height="1080"/>{}</resources>
-  <library><event name="Event"><project name="Projekt">
-    <sequence format="r1" {}>
-      <spine>{}</spine>
-    </sequence>
-  </project></event></library>
-</fcpxml>
-)",
-                       resources, sequenceAttributes, spine);
+    return fmt::format(fmt::runtime(readTextFile(fixture("description/project_skeleton.fcpxml"))),
+                       fmt::arg("resources", resources), fmt::arg("sequence", sequenceAttributes),
+                       fmt::arg("spine", spine));
 }
 
 RecordingContext::RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,
                                    const std::string& originalFileName) {
-    context_.sourceURL = outputDirectory / originalFileName;
-    context_.outputDirectory = outputDirectory;
-    context_.originalFileName = originalFileName;
-    context_.xmlDocument = XmlDocument::parse(xml);
-    context_.actionType = ExportActionType::youtube;
-    context_.logger = [this](LogEntryType type, const std::string& message) {
-        lines_.emplace_back(type, message);
-    };
-}
-
-std::vector<std::string> RecordingContext::messages() const {
-    std::vector<std::string> messages;
-    for (const auto& [type, message] : lines_) {
-        messages.push_back(message);
-    }
-    return messages;
+    context.sourceURL = outputDirectory / originalFileName;
+    context.outputDirectory = outputDirectory;
+    context.originalFileName = originalFileName;
+    context.xmlDocument = XmlDocument::parse(xml);
+    context.actionType = ExportActionType::youtube;
+    context.logger = log.logger();
 }
 
 }  // namespace tidyreel::test

@@ -2,12 +2,11 @@
 
 #include "core/export_context.h"
 #include "description/chapter_marker_reader.h"
+#include "test_support.h"
 
 #include <filesystem>
 #include <ostream>
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace tidyreel {
 
@@ -25,24 +24,15 @@ namespace tidyreel::test {
 std::string projectXml(const std::string& spine, const std::string& resources = "",
                        const std::string& sequenceAttributes = R"(duration="600s" tcStart="0s")");
 
-/// A description-workflow context over a freshly parsed document that records every log line.
-class RecordingContext {
-public:
+/// A description-workflow context over a freshly parsed document whose log lines are collected.
+struct RecordingContext {
     RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,
                      const std::string& originalFileName = "Projekt.fcpxml");
     RecordingContext(const RecordingContext&) = delete;
     RecordingContext& operator=(const RecordingContext&) = delete;
 
-    /// The context handed to a task.
-    ExportContext& context() { return context_; }
-    /// The logged lines with their types, in order.
-    const std::vector<std::pair<LogEntryType, std::string>>& lines() const { return lines_; }
-    /// The logged messages, in order.
-    std::vector<std::string> messages() const;
-
-private:
-    ExportContext context_;
-    std::vector<std::pair<LogEntryType, std::string>> lines_;
+    ExportContext context;  ///< the context handed to a task
+    LogCollector log;       ///< its log lines as "<symbol> <message>"
 };
 
 }  // namespace tidyreel::test

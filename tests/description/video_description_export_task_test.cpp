@@ -8,49 +8,39 @@
 namespace tidyreel {
 namespace {
 
-using test::readTextFile;
-using test::RecordingContext;
-using test::TempFolder;
-
-const std::string projectWithAChapter = test::projectXml(
-    R"(<asset-clip offset="0s" start="0s" duration="60s"><chapter-marker start="0s" value="A"/></asset-clip>)");
-
+// Titles and descriptions only, chapters left out; both files are written, even an empty one.
 TEST(VideoDescriptionExportTask, WritesTitlesAndDescriptionsWithoutChapters) {
-    TempFolder folder;
-    RecordingContext run(projectWithAChapter, folder.path(), "Bergtour im Herbst 2024.fcpxmld");
-    run.context().quillt1Text = "Bergtour";
-    run.context().quillt2Text = "Mountain tour";
-    run.context().youtubeDescription1 = "Beschreibung\n\nmit Absatz";
-    run.context().youtubeDescription2 = "\nDescription\n";
-    VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context());
+    test::TempFolder folder;
+    test::RecordingContext run(test::projectXml(R"(<asset-clip offset="0s" start="0s" duration="60s">)"
+                                                R"(<chapter-marker start="0s" value="A"/></asset-clip>)"),
+                               folder.path(), "Bergtour im Herbst 2024.fcpxmld");
+    run.context.quillt1Text = "Bergtour";
+    run.context.youtubeDescription1 = "Beschreibung\n\nmit Absatz";
+    run.context.youtubeDescription2 = " \n";
+    VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context);
 
     const std::filesystem::path first = folder / "youtube_Bergtour im Her.YT1.txt";
     const std::filesystem::path second = folder / "youtube_Bergtour im Her.YT2.txt";
-    EXPECT_EQ(readTextFile(first), "Bergtour\n\nBeschreibung\n\nmit Absatz");
-    EXPECT_EQ(readTextFile(second), "Mountain tour\n\nDescription");
-    EXPECT_EQ(run.messages(), (std::vector<std::string>{
-                                  "DEBUG: Beschreibung 1 = 'Beschreibung\n\nmit Absatz'",
-                                  "DEBUG: Beschreibung 2 = '\nDescription\n'",
-                                  "DEBUG: Export Base-URL = " + (folder / "youtube_Bergtour im Her").string(),
-                                  "✓ Videobeschreibungen exportiert: youtube_Bergtour im Her.YT1.txt & "
-                                  "youtube_Bergtour im Her.YT2.txt",
-                                  "  → " + first.string(),
-                                  "  → " + second.string(),
-                              }));
-    EXPECT_EQ(run.lines()[3].first, LogEntryType::success);
-}
+    EXPECT_EQ(test::readTextFile(first), "Bergtour\n\nBeschreibung\n\nmit Absatz");
+    EXPECT_EQ(std::filesystem::file_size(second), 0u);
+    EXPECT_EQ(run.log.lines(),
+              (std::vector<std::string>{
+                  "ℹ️ DEBUG: Beschreibung 1 = 'Beschreibung\n\nmit Absatz'",
+                  "ℹ️ DEBUG: Beschreibung 2 = ' \n'",
+                  "ℹ️ DEBUG: Export Base-URL = " + (folder / "youtube_Bergtour im Her").string(),
+                  "✅ ✓ Videobeschreibungen exportiert: youtube_Bergtour im Her.YT1.txt & "
+                  "youtube_Bergtour im Her.YT2.txt",
+                  "ℹ️   → " + first.string(),
+                  "ℹ️   → " + second.string(),
+              }));
 
-TEST(VideoDescriptionExportTask, WritesBothFilesEvenWhenEmpty) {
-    TempFolder folder;
-    RecordingContext run(projectWithAChapter, folder.path());
-    run.context().youtubeDescription2 = "  ";
-    run.context().debugMode = false;
-    VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context());
-    EXPECT_EQ(std::filesystem::file_size(folder / "youtube_Projekt.YT1.txt"), 0u);
-    EXPECT_EQ(std::filesystem::file_size(folder / "youtube_Projekt.YT2.txt"), 0u);
-    EXPECT_EQ(run.messages(),
-              std::vector<std::string>{
-                  "✓ Videobeschreibungen exportiert: youtube_Projekt.YT1.txt & youtube_Projekt.YT2.txt"});
+    run.context.debugMode = false;
+    run.context.quillt2Text = "Mountain tour";
+    VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context);
+    EXPECT_EQ(test::readTextFile(second), "Mountain tour");
+    // Outside debug mode only the line of the written files.
+    EXPECT_EQ(run.log.lines().size(), 7u);
+    EXPECT_EQ(run.log.lines().back(), run.log.lines()[3]);
 }
 
 }  // namespace

@@ -6,6 +6,8 @@
 #include <limits>
 #include <optional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 namespace tidyreel {
 namespace {
@@ -13,16 +15,15 @@ namespace {
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 
-TEST(FractionParsing, AcceptsTimesWithAndWithoutUnit) {
-    EXPECT_EQ(Fraction::fromFCPXML("5"), Fraction(5));
-    EXPECT_EQ(Fraction::fromFCPXML("5s"), Fraction(5));
-    EXPECT_EQ(Fraction::fromFCPXML("-5s"), Fraction(-5));
-    EXPECT_EQ(Fraction::fromFCPXML("1001/30000s"), Fraction(1001, 30000));
-    EXPECT_EQ(Fraction::fromFCPXML("3003/90000"), Fraction(1001, 30000));
-    EXPECT_EQ(Fraction::fromFCPXML(" \t3/-6s\t "), Fraction(-1, 2));
-}
-
-TEST(FractionParsing, CutsAtTheFirstSlashOnly) {
+TEST(FractionParsing, AcceptsTimesWithAndWithoutUnitAndCutsAtTheFirstSlashOnly) {
+    // clang-format off
+    const std::vector<std::pair<const char*, Fraction>> times{
+        {"5", Fraction(5)}, {"5s", Fraction(5)}, {"-5s", Fraction(-5)}, {"1001/30000s", Fraction(1001, 30000)},
+        {"3003/90000", Fraction(1001, 30000)}, {" \t3/-6s\t ", Fraction(-1, 2)}};
+    // clang-format on
+    for (const auto& [text, value] : times) {
+        EXPECT_EQ(Fraction::fromFCPXML(text), value) << '"' << text << '"';
+    }
     for (const char* text :
          {"1//2s", "1/2/s", "/2s", "1/s", "1/0s", "s", "", "1.5s", "5ss", "1/ 2", "+-1/2"}) {
         EXPECT_EQ(Fraction::fromFCPXML(text), std::nullopt) << '"' << text << '"';
@@ -39,14 +40,11 @@ TEST(FractionPrinting, BoundsTheDenominator) {
     EXPECT_THROW(Fraction(1, 3).fcpxmlString(0), std::domain_error);
 }
 
-TEST(FractionLimitDenominator, TieGoesToTheLastConvergent) {
+TEST(FractionLimitDenominator, FindsTheClosestFractionAndGivesATieToTheLastConvergent) {
     // 3/4 lies midway between 1/2 and 1/1, and 1/4 midway between 0/1 and 1/2.
     EXPECT_EQ(Fraction(3, 4).limitDenominator(2), Fraction(1));
     EXPECT_EQ(Fraction(1, 4).limitDenominator(2), Fraction::zero());
     EXPECT_EQ(Fraction(-3, 4).limitDenominator(2), Fraction(-1));
-}
-
-TEST(FractionLimitDenominator, FindsTheClosestFractionForLargeAndNegativeValues) {
     EXPECT_EQ(Fraction(3, 8).limitDenominator(3), Fraction(1, 3));
     EXPECT_EQ(Fraction(-1001, 30000).limitDenominator(1000), Fraction(-33, 989));
     EXPECT_EQ(Fraction(kMin, 3).limitDenominator(2), Fraction(-6'148'914'691'236'517'205, 2));
@@ -79,9 +77,6 @@ TEST(FractionComparison, IsExactEvenWhereRationalFallsBackToDoubles) {
     EXPECT_LT(Fraction(kMin, 3), Fraction(kMin + 1, 3));
     EXPECT_LE(Fraction(2, 4), Fraction(1, 2));
     EXPECT_LT(Fraction(-1, 2), Fraction(1, 3));
-}
-
-TEST(FractionComparison, MinMaxAndAbsoluteValue) {
     EXPECT_EQ(Fraction::min(Fraction(1, 3), Fraction(1, 4)), Fraction(1, 4));
     EXPECT_EQ(Fraction::max(Fraction(1, 3), Fraction(1, 4)), Fraction(1, 3));
     EXPECT_EQ(Fraction::min(Fraction(-1, 3), Fraction(1, 4)), Fraction(-1, 3));

@@ -1,24 +1,21 @@
 #include "fcpxml/media_path.h"
 
+#include "test_support.h"
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 namespace tidyreel {
 namespace {
 
-TEST(MediaPathPath, DecodesFileURLs) {
+TEST(MediaPathPath, DecodesFileURLsAndDropsTheLocalhostPrefix) {
     EXPECT_EQ(MediaPath::path("file:///Users/a/My%20Clip.mov"), "/Users/a/My Clip.mov");
     EXPECT_EQ(MediaPath::path("file:///Users/a/Gr%C3%BC%C3%9Fe.mov"), "/Users/a/Grüße.mov");
     EXPECT_EQ(MediaPath::path("file:///Users/a/Take%20%2319%20%25.mov"), "/Users/a/Take #19 %.mov");
     EXPECT_EQ(MediaPath::path("file:///Users/a/lower%c3%bc.mov"), "/Users/a/lowerü.mov");
     EXPECT_EQ(MediaPath::path("/already/a/path.mov"), "/already/a/path.mov");
-}
-
-TEST(MediaPathPath, DropsTheLocalhostPrefix) {
     EXPECT_EQ(MediaPath::path("file:///localhost/Users/a/b.mov"), "/Users/a/b.mov");
     EXPECT_EQ(MediaPath::path("file:///localhostname/b.mov"), "/localhostname/b.mov");
 }
@@ -38,19 +35,11 @@ TEST(MediaPathURL, EncodesEverythingOutsideTheURLPathSet) {
 }
 
 TEST(MediaPathURL, MakesPathsAbsolute) {
-    const std::string cwd = std::filesystem::current_path().string();
-    EXPECT_EQ(MediaPath::url("clip.mov"), MediaPath::url(cwd + "/clip.mov"));
-
-    const char* oldHome = std::getenv("HOME");
-    const std::optional<std::string> savedHome = oldHome ? std::optional<std::string>(oldHome) : std::nullopt;
-    setenv("HOME", "/home/editor name", 1);
+    EXPECT_EQ(MediaPath::url("clip.mov"),
+              MediaPath::url(std::filesystem::current_path().string() + "/clip.mov"));
+    const test::ScopedEnvironment home("HOME", "/home/editor name");
     EXPECT_EQ(MediaPath::url("~/clip.mov"), "file:///home/editor%20name/clip.mov");
     EXPECT_EQ(MediaPath::url("~"), "file:///home/editor%20name");
-    if (savedHome) {
-        setenv("HOME", savedHome->c_str(), 1);
-    } else {
-        unsetenv("HOME");
-    }
 }
 
 TEST(MediaPath, RoundTripsAbsolutePaths) {

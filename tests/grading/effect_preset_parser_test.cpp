@@ -9,7 +9,10 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace tidyreel {
 namespace {
@@ -20,11 +23,7 @@ using test::writeMotionTemplate;
 using test::writePreset;
 using namespace std::string_literals;
 
-// The uid read from a preset named `fileName` that holds `content` amid binary noise.
-std::string presetUid(const std::string& content, const std::string& fileName = "Soft.effectspreset") {
-    TempFolder folder;
-    return EffectPresetParser::parse(writePreset(folder / fileName, content)).uid;
-}
+const std::string kNoUuid = "Konnte FxPlug-UUID oder effectID nicht aus der Datei lesen";
 
 // The parse must fail with exactly this kind of `ParseError` and description.
 void expectParseError(const std::filesystem::path& file, ParseError::Kind kind,
@@ -52,54 +51,38 @@ void expectReadFailure(const std::filesystem::path& file, int code) {
     }
 }
 
-TEST(EffectPresetParserMotionTemplate, ReferencesATemplateInTheEffectsFolderByItsPlaceThere) {
+// A template elsewhere is referenced as if it lay in the effects folder.
+TEST(EffectPresetParserMotionTemplate, ReferencesATemplateByItsPlaceInTheEffectsFolder) {
     TempFolder home;
-    const auto file = writeMotionTemplate(test::motionEffectsFolder(home.path()), "Looks/Warm/Warm.moef");
-
-    const EffectReference reference = EffectPresetParser::parse(file);
-
+    const EffectReference reference = EffectPresetParser::parse(
+        writeMotionTemplate(test::motionEffectsFolder(home.path()), "Looks/Warm/Warm.moef"));
     EXPECT_EQ(reference.name, "Warm");
     EXPECT_EQ(reference.uid, "~/Effects.localized/Looks/Warm/Warm.moef");
     EXPECT_EQ(reference.src,
               "file://" + home.path().string() +
                   "/Movies/Motion%20Templates.localized/Effects.localized/Looks/Warm/Warm.moef");
     EXPECT_EQ(reference.sourceType, SourceType::motionTemplate);
+
+    const EffectReference elsewhere =
+        EffectPresetParser::parse(writeMotionTemplate(home.path(), "Warm Look.moef"));
+    EXPECT_EQ(elsewhere.name, "Warm Look");
+    EXPECT_EQ(elsewhere.uid, "~/Effects.localized/Warm Look.moef");
+    EXPECT_EQ(elsewhere.src, "file://" + home.path().string() + "/Warm%20Look.moef");
 }
 
-TEST(EffectPresetParserMotionTemplate, ReferencesATemplateElsewhereAsIfItLayInTheEffectsFolder) {
-    TempFolder desktop;
-    const auto file = writeMotionTemplate(desktop.path(), "Warm Look.moef");
-
-    const EffectReference reference = EffectPresetParser::parse(file);
-
-    EXPECT_EQ(reference.name, "Warm Look");
-    EXPECT_EQ(reference.uid, "~/Effects.localized/Warm Look.moef");
-    EXPECT_EQ(reference.src, "file://" + desktop.path().string() + "/Warm%20Look.moef");
-}
-
-TEST(EffectPresetParserMotionTemplate, AcceptsUpperCaseExtensionsAndNamesTheFallbackInLowerCase) {
-    TempFolder desktop;
-    const EffectReference reference =
-        EffectPresetParser::parse(writeMotionTemplate(desktop.path(), "Warm.MOEF"));
-    EXPECT_EQ(reference.name, "Warm");
-    EXPECT_EQ(reference.uid, "~/Effects.localized/Warm.moef");
-    EXPECT_EQ(reference.sourceType, SourceType::motionTemplate);
-}
-
-TEST(EffectPresetParserMotionTemplate, UsesTheFirstOfTwoEffectsFolders) {
-    TempFolder home;
-    const auto file = writeMotionTemplate(test::motionEffectsFolder(home.path()),
-                                          "Backup/Effects.localized/Looks/Cool.moef");
-    EXPECT_EQ(EffectPresetParser::parse(file).uid,
-              "~/Effects.localized/Backup/Effects.localized/Looks/Cool.moef");
-}
-
-TEST(EffectPresetParserMotionTemplate, MatchesTheFolderNameCaseSensitivelyAndOnlyAsAFolder) {
-    TempFolder home;
-    const auto lowerCase = writeMotionTemplate(home.path(), "effects.localized/Warm.moef");
-    const auto notAFolder = writeMotionTemplate(home.path(), "Effects.localized.old/Warm.moef");
-    EXPECT_EQ(EffectPresetParser::parse(lowerCase).uid, "~/Effects.localized/Warm.moef");
-    EXPECT_EQ(EffectPresetParser::parse(notAFolder).uid, "~/Effects.localized/Warm.moef");
+TEST(EffectPresetParserMotionTemplate, TakesThePlaceBelowTheFirstFolderNamedExactlyEffectsLocalized) {
+    const std::string effects = "Movies/Motion Templates.localized/Effects.localized/";
+    for (const auto& [place, uid] : std::vector<std::pair<std::string, std::string>>{
+             {effects + "Backup/Effects.localized/Looks/Cool.moef",
+              "~/Effects.localized/Backup/Effects.localized/Looks/Cool.moef"},
+             {"effects.localized/Warm.moef", "~/Effects.localized/Warm.moef"},
+             {"Effects.localized.old/Warm.moef", "~/Effects.localized/Warm.moef"},
+             {"Desktop/Warm.MOEF", "~/Effects.localized/Warm.moef"}}) {
+        TempFolder home;
+        const EffectReference reference = EffectPresetParser::parse(writeMotionTemplate(home.path(), place));
+        EXPECT_EQ(reference.uid, uid) << place;
+        EXPECT_EQ(reference.sourceType, SourceType::motionTemplate) << place;
+    }
 }
 
 TEST(EffectPresetParserMotionTemplate, ResolvesRelativePathsFromTheWorkingFolder) {
@@ -115,61 +98,36 @@ TEST(EffectPresetParserMotionTemplate, ResolvesRelativePathsFromTheWorkingFolder
     EXPECT_EQ(reference.src.value_or("").rfind("file:///", 0), 0u);
 }
 
-TEST(EffectPresetParserMotionTemplate, RefusesWhatIsNotATemplateFile) {
+TEST(EffectPresetParserPreset, TakesTheFxPlugIdentifierAsFoundOrTheFirstUuidAfterEffectId) {
+    const std::vector<std::pair<std::string, std::string>> presets{
+        {"Soft Skin.effectspreset",
+         std::string("effectID 00000000-0000-0000-0000-000000000000 FxPlug:") + kPresetUuid},
+        {"Soft.EffectsPreset", test::kFxPlugUid},
+        // An FxPlug prefix without a UUID is skipped.
+        {"Soft.effectspreset",
+         "FxPlug:not-a-uuid FxPlug:1A2B3C4D-1111-2222-3333-44445555 " + test::kFxPlugUid},
+        {"Soft.effectspreset", "<key>effectID</key>\x00\xff<string>{"s + kPresetUuid +
+                                   "}</string> 99999999-9999-9999-9999-999999999999"},
+        {"Soft.effectspreset", std::string("effectIDabc") + kPresetUuid}};
+    for (const auto& [name, content] : presets) {
+        TempFolder folder;
+        const EffectReference reference = EffectPresetParser::parse(writePreset(folder / name, content));
+        EXPECT_EQ(reference.name, std::filesystem::path(name).stem()) << content;
+        EXPECT_EQ(reference.uid, test::kFxPlugUid) << content;
+        EXPECT_EQ(reference.src, std::nullopt);
+        EXPECT_EQ(reference.sourceType, SourceType::fxPlug);
+    }
+}
+
+TEST(EffectPresetParserPreset, FailsWithoutAUuidAfterEffectId) {
     TempFolder folder;
-    std::filesystem::create_directories(folder / "Folder.moef");
-    expectReadFailure(folder / "Folder.moef", EISDIR);
-    expectReadFailure(folder / "Missing.moef", ENOENT);
-}
-
-TEST(EffectPresetParserPreset, TakesTheFxPlugIdentifierAsFoundWithoutSource) {
-    TempFolder folder;
-    const auto file =
-        writePreset(folder / "Soft Skin.effectspreset",
-                    std::string("effectID 00000000-0000-0000-0000-000000000000 FxPlug:") + kPresetUuid);
-
-    const EffectReference reference = EffectPresetParser::parse(file);
-
-    EXPECT_EQ(reference.name, "Soft Skin");
-    EXPECT_EQ(reference.uid, test::kFxPlugUid);
-    EXPECT_EQ(reference.src, std::nullopt);
-    EXPECT_EQ(reference.sourceType, SourceType::fxPlug);
-}
-
-TEST(EffectPresetParserPreset, AcceptsUpperCaseExtensions) {
-    EXPECT_EQ(presetUid(test::kFxPlugUid, "Soft.EffectsPreset"), test::kFxPlugUid);
-}
-
-TEST(EffectPresetParserPreset, SkipsAnFxPlugPrefixWithoutAUuidAndKeepsLooking) {
-    EXPECT_EQ(presetUid("FxPlug:not-a-uuid FxPlug:1A2B3C4D-1111-2222-3333-44445555 " + test::kFxPlugUid),
-              test::kFxPlugUid);
-}
-
-TEST(EffectPresetParserPreset, FallsBackToTheFirstUuidAfterEffectId) {
-    EXPECT_EQ(presetUid("<key>effectID</key>\x00\xff<string>{"s + kPresetUuid +
-                        "}</string> 99999999-9999-9999-9999-999999999999"),
-              test::kFxPlugUid);
-}
-
-TEST(EffectPresetParserPreset, FindsAUuidThatDirectlyFollowsMoreHexDigits) {
-    EXPECT_EQ(presetUid(std::string("effectIDabc") + kPresetUuid), test::kFxPlugUid);
-}
-
-TEST(EffectPresetParserPreset, IgnoresAUuidThatStandsOnlyBeforeEffectId) {
-    TempFolder folder;
-    const auto file =
-        writePreset(folder / "Soft.effectspreset", std::string(kPresetUuid) + " effectID nothing after");
-    expectParseError(file, ParseError::Kind::missingData,
-                     "Konnte FxPlug-UUID oder effectID nicht aus der Datei lesen");
-}
-
-TEST(EffectPresetParserPreset, FailsWithoutAnyUuid) {
-    TempFolder folder;
+    expectParseError(
+        writePreset(folder / "Before.effectspreset", std::string(kPresetUuid) + " effectID nothing"),
+        ParseError::Kind::missingData, kNoUuid);
     expectParseError(writePreset(folder / "Empty.effectspreset", "effectID"), ParseError::Kind::missingData,
-                     "Konnte FxPlug-UUID oder effectID nicht aus der Datei lesen");
+                     kNoUuid);
     test::writeTextFile(folder / "Zero.effectspreset", "");
-    expectParseError(folder / "Zero.effectspreset", ParseError::Kind::missingData,
-                     "Konnte FxPlug-UUID oder effectID nicht aus der Datei lesen");
+    expectParseError(folder / "Zero.effectspreset", ParseError::Kind::missingData, kNoUuid);
 }
 
 // The file is read in pieces of one megabyte; matches that straddle a piece's end must still count.
@@ -186,26 +144,33 @@ TEST(EffectPresetParserPreset, FindsMatchesAcrossTheEndOfAReadPiece) {
     }
 }
 
-TEST(EffectPresetParserPreset, PrefersAnFxPlugIdentifierLaterInTheFileOverEffectId) {
+// A sparse file of 300 MB costs no disk space but is read whole: an FxPlug identifier at its end wins
+// over the UUID after effectID at its start.
+TEST(EffectPresetParserPreset, ReadsAPresetOfSeveralHundredMegabytesToItsEnd) {
     TempFolder folder;
     const std::string late = "FxPlug:ABCDEF01-2345-6789-ABCD-EF0123456789";
-    test::writeTextFile(folder / "Soft.effectspreset",
-                        std::string("effectID ") + kPresetUuid + std::string(3 << 20, '\x01') + late);
-    EXPECT_EQ(EffectPresetParser::parse(folder / "Soft.effectspreset").uid, late);
+    {
+        std::ofstream stream(folder / "Large.effectspreset", std::ios::binary);
+        stream << "effectID " << kPresetUuid;
+        stream.seekp(300 * 1000 * 1000);
+        stream << late;
+    }
+    EXPECT_EQ(EffectPresetParser::parse(folder / "Large.effectspreset").uid, late);
 }
 
-TEST(EffectPresetParserPreset, ReportsFilesThatCannotBeRead) {
+TEST(EffectPresetParserFiles, ReportsFilesThatCannotBeRead) {
     TempFolder folder;
-    std::filesystem::create_directories(folder / "Folder.effectspreset");
-    expectReadFailure(folder / "Folder.effectspreset", EISDIR);
-    expectReadFailure(folder / "Missing.effectspreset", ENOENT);
-
+    for (const std::string extension : {".moef", ".effectspreset"}) {
+        std::filesystem::create_directories(folder / ("Folder" + extension));
+        expectReadFailure(folder / ("Folder" + extension), EISDIR);
+        expectReadFailure(folder / ("Missing" + extension), ENOENT);
+    }
     // Reading a process's memory from address 0 fails with an I/O error, whoever reads it.
     std::filesystem::create_symlink("/proc/self/mem", folder / "Memory.effectspreset");
     expectReadFailure(folder / "Memory.effectspreset", EIO);
 }
 
-TEST(EffectPresetParserPreset, ReportsFilesWithoutReadPermission) {
+TEST(EffectPresetParserFiles, ReportsFilesWithoutReadPermission) {
     TempFolder folder;
     const auto locked = writePreset(folder / "Locked.effectspreset", test::kFxPlugUid);
     std::filesystem::permissions(locked, std::filesystem::perms::none);
@@ -215,25 +180,17 @@ TEST(EffectPresetParserPreset, ReportsFilesWithoutReadPermission) {
     expectReadFailure(locked, EACCES);
 }
 
-TEST(EffectPresetParserFormat, RefusesOtherExtensionsWithTheLowerCasedExtension) {
+TEST(EffectPresetParserFiles, RefusesOtherExtensionsWithTheLowerCasedExtension) {
     TempFolder folder;
-    test::writeTextFile(folder / "Clip.MOV", "");
-    test::writeTextFile(folder / "Template.motn", "");
-    test::writeTextFile(folder / "README", "");
-    expectParseError(folder / "Clip.MOV", ParseError::Kind::unsupportedFormat,
-                     "Nicht unterstütztes Format: .mov");
-    expectParseError(folder / "Template.motn", ParseError::Kind::unsupportedFormat,
-                     "Nicht unterstütztes Format: .motn");
-    expectParseError(folder / "README", ParseError::Kind::unsupportedFormat, "Nicht unterstütztes Format: .");
+    for (const auto& [name, extension] : std::vector<std::pair<std::string, std::string>>{
+             {"Clip.MOV", ".mov"}, {"Template.motn", ".motn"}, {"README", "."}}) {
+        test::writeTextFile(folder / name, "");
+        expectParseError(folder / name, ParseError::Kind::unsupportedFormat,
+                         "Nicht unterstütztes Format: " + extension);
+    }
     expectParseError(folder.path(), ParseError::Kind::unsupportedFormat, "Nicht unterstütztes Format: .");
-}
-
-TEST(ParseErrorDescription, NamesWhatFailed) {
     EXPECT_STREQ(ParseError::readError("Konnte Datei nicht lesen").what(),
                  "Lesefehler: Konnte Datei nicht lesen");
-    EXPECT_EQ(ParseError::readError("x").kind(), ParseError::Kind::readError);
-    EXPECT_EQ(ParseError::missingData("effectID").detail(), "effectID");
-    EXPECT_EQ(ParseError::unsupportedFormat("mov").detail(), "mov");
 }
 
 }  // namespace

@@ -2,24 +2,27 @@
 
 #include "core/error.h"
 #include "fcpxml/xml.h"
-
 #include "grading_support.h"
+#include "test_support.h"
 
 #include <gtest/gtest.h>
 
 #include <libxml/tree.h>
 
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tidyreel {
 namespace {
 
+using Names = std::vector<std::string>;
+
+// A project whose resources hold a format "r1" and `resources`, and whose main spine holds `spine`.
 std::shared_ptr<XmlDocument> project(const std::string& resources, const std::string& spine) {
-    return XmlDocument::parse(R"(<?xml version="1.0" encoding="UTF-8"?><fcpxml version="1.11"><resources>)" +
-                              resources +
-                              R"(</resources><library><event name="Day 1"><project name="Film">)"
-                              R"(<sequence format="r1" duration="100s"><spine>)" +
+    return XmlDocument::parse(R"(<fcpxml version="1.11"><resources><format id="r1"/>)" + resources +
+                              R"(</resources><library><event><project name="Film"><sequence><spine>)" +
                               spine + "</spine></sequence></project></event></library></fcpxml>");
 }
 
@@ -27,8 +30,8 @@ std::size_t count(const XmlDocument& document, const std::string& xpath) {
     return document.xpath(xpath).size();
 }
 
-std::vector<std::string> childNames(XmlElement element) {
-    std::vector<std::string> names;
+Names childNames(XmlElement element) {
+    Names names;
     for (XmlElement child : element.children()) {
         names.emplace_back(child.name());
     }
@@ -39,124 +42,95 @@ InjectionStats inject(const std::shared_ptr<XmlDocument>& document, const RoleEf
     return FCPXMLEffectInjector(document, mapping).inject();
 }
 
-const std::string kFormats = R"(<format id="r1" name="FFVideoFormat1080p25"/>)";
-
-TEST(EffectInjectorResources, AddsANewEffectAfterTheHighestIdAndFiltersEveryClipOfTheRole) {
-    auto document =
-        project(kFormats + R"(<asset id="r2"/><asset id="r3"/><effect id="r4" name="Title" uid="t"/>)",
-                R"(<asset-clip ref="r2" name="a" videoRole="GoPro.GoPro-1"/>
+TEST(EffectInjectorResources, AddsNewEffectsAfterTheHighestIdAndFiltersEveryClipOfTheirRole) {
+    auto document = project(R"(<asset id="r2"/><asset id="r3"/><effect id="r4" name="Title" uid="t"/>)",
+                            R"(<asset-clip ref="r2" name="a" videoRole="GoPro.GoPro-1"/>
                                <asset-clip ref="r2" name="b" videoRole="GoPro"/>
-                               <asset-clip ref="r2" name="c" videoRole="GoPro.GoPro-2"/>
-                               <asset-clip ref="r3" name="d" videoRole="Interview"/>
-                               <asset-clip ref="r2" name="e" videoRole="GoPro"/>
-                               <asset-clip ref="r2" name="f" videoRole="GoPro"/>)");
+                               <asset-clip ref="r3" name="c" videoRole="Interview"/>
+                               <asset-clip ref="r3" name="d" videoRole="Drone"/>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
+    const InjectionStats stats =
+        inject(document, {{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}});
 
-    EXPECT_EQ(stats.effectsAdded, 1);
-    EXPECT_EQ(stats.clipsModified, 5);
-    EXPECT_EQ(stats.rolesProcessed, std::vector<std::string>{"GoPro"});
-    const XmlElement effect = document->first("/fcpxml/resources/effect[@id='r5']");
-    ASSERT_TRUE(effect);
-    EXPECT_EQ(effect.nextSibling(), XmlElement());
-    EXPECT_EQ(effect.attribute("name"), "Warm");
-    EXPECT_EQ(effect.attribute("uid"), test::kWarmTemplate.uid);
-    EXPECT_EQ(effect.attribute("src"), test::kWarmTemplate.src);
-    std::vector<std::string> attributeOrder;
-    for (xmlAttrPtr attribute = effect.node()->properties; attribute; attribute = attribute->next) {
+    EXPECT_EQ(stats.effectsAdded, 2);
+    EXPECT_EQ(stats.clipsModified, 3);
+    EXPECT_EQ(stats.rolesProcessed, (Names{"GoPro", "Interview"}));
+    const XmlElement warm = document->first("/fcpxml/resources/effect[@id='r5']");
+    ASSERT_TRUE(warm);
+    EXPECT_EQ(warm.attribute("name"), "Warm");
+    EXPECT_EQ(warm.attribute("uid"), test::kWarmTemplate.uid);
+    EXPECT_EQ(warm.attribute("src"), test::kWarmTemplate.src);
+    Names attributeOrder;
+    for (xmlAttrPtr attribute = warm.node()->properties; attribute; attribute = attribute->next) {
         attributeOrder.emplace_back(reinterpret_cast<const char*>(attribute->name));
     }
-    EXPECT_EQ(attributeOrder, (std::vector<std::string>{"id", "name", "uid", "src"}));
-    EXPECT_EQ(count(*document, "//filter-video[@ref='r5'][@name='Warm']"), 5u);
+    EXPECT_EQ(attributeOrder, (Names{"id", "name", "uid", "src"}));
+    const XmlElement soft = warm.nextSibling();
+    EXPECT_EQ(soft.attribute("id"), "r6");
+    EXPECT_EQ(soft.attribute("uid"), test::kSoftPreset.uid);
+    EXPECT_FALSE(soft.hasAttribute("src"));
+    EXPECT_EQ(soft.nextSibling(), XmlElement());
+    EXPECT_EQ(count(*document, "//filter-video[@ref='r5'][@name='Warm']"), 2u);
+    EXPECT_EQ(count(*document, "//asset-clip[@name='c']/filter-video[@ref='r6'][@name='Soft']"), 1u);
     EXPECT_EQ(count(*document, "//asset-clip[@name='d']/filter-video"), 0u);
 }
 
-TEST(EffectInjectorResources, AddsAnFxPlugEffectWithoutSource) {
-    auto document = project(kFormats, R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", test::kSoftPreset}});
-    const XmlElement effect = document->first("//effect[@id='r2']");
-    ASSERT_TRUE(effect);
-    EXPECT_EQ(effect.attribute("uid"), test::kSoftPreset.uid);
-    EXPECT_FALSE(effect.hasAttribute("src"));
-}
-
-TEST(EffectInjectorResources, ReusesAnEffectTheProjectAlreadyHasAndTakesOverItsName) {
+// A known uid reuses the project's effect (the later of two), which takes over the name if it has one.
+TEST(EffectInjectorResources, ReusesTheLaterEffectWithTheSameUid) {
     auto document =
-        project(kFormats + R"(<effect id="r7" name="Old Name" uid=")" + test::kWarmTemplate.uid + R"("/>)",
-                R"(<asset-clip name="a" videoRole="GoPro"/>)");
+        project(R"(<effect id="r7" name="Old Name" uid=")" + test::kWarmTemplate.uid + R"("/>)" +
+                    R"(<effect id="r2" name="A" uid=")" + test::kFxPlugUid + R"("/><effect id="r3" uid=")" +
+                    test::kFxPlugUid + R"("/>)",
+                R"(<asset-clip name="a" videoRole="GoPro"/><asset-clip name="b" videoRole="Interview"/>)");
 
-    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
+    const InjectionStats stats =
+        inject(document, {{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}});
 
     EXPECT_EQ(stats.effectsAdded, 0);
-    EXPECT_EQ(stats.clipsModified, 1);
-    EXPECT_EQ(count(*document, "//resources/effect"), 1u);
+    EXPECT_EQ(stats.clipsModified, 2);
+    EXPECT_EQ(count(*document, "//resources/effect"), 3u);
     EXPECT_EQ(document->first("//effect[@id='r7']").attribute("name"), "Warm");
-    EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r7'][@name='Warm']"), 1u);
-}
-
-TEST(EffectInjectorResources, LeavesAReusedEffectWithoutNameWithoutName) {
-    auto document = project(kFormats + R"(<effect id="r3" uid=")" + test::kSoftPreset.uid + R"("/>)",
-                            R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", test::kSoftPreset}});
-    EXPECT_FALSE(document->first("//effect[@id='r3']").hasAttribute("name"));
-}
-
-TEST(EffectInjectorResources, ReusesTheLaterOfTwoEffectsWithTheSameUid) {
-    auto document = project(kFormats + R"(<effect id="r2" name="A" uid=")" + test::kFxPlugUid +
-                                R"("/><effect id="r3" name="B" uid=")" + test::kFxPlugUid + R"("/>)",
-                            R"(<asset-clip name="a" videoRole="Interview"/>)");
-    inject(document, {{"Interview", test::kSoftPreset}});
-    EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r3']"), 1u);
     EXPECT_EQ(document->first("//effect[@id='r2']").attribute("name"), "A");
-    EXPECT_EQ(document->first("//effect[@id='r3']").attribute("name"), "Soft");
+    EXPECT_FALSE(document->first("//effect[@id='r3']").hasAttribute("name"));
+    EXPECT_EQ(count(*document, "//asset-clip[@name='a']/filter-video[@ref='r7'][@name='Warm']"), 1u);
+    EXPECT_EQ(count(*document, "//asset-clip[@name='b']/filter-video[@ref='r3']"), 1u);
 }
 
-TEST(EffectInjectorResources, NumbersOnFromTheHighestWellFormedId) {
-    auto document =
-        project(R"(<format id="r1"/><asset id="r2"/><asset id="r10"/><asset id="rx"/><asset id="r"/>
-                               <asset id="r3b"/><asset id="x99"/><asset id="r99999999999999999999"/>)",
+TEST(EffectInjectorResources, NumbersOnFromTheHighestWellFormedIdOrStartsAtR1) {
+    auto numbered =
+        project(R"(<asset id="r2"/><asset id="r10"/><asset id="rx"/><asset id="r"/><asset id="r3b"/>
+                               <asset id="x99"/><asset id="r99999999999999999999"/>)",
                 R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_TRUE(document->first("//resources/effect[@id='r11']"));
+    inject(numbered, {{"GoPro", test::kWarmTemplate}});
+    EXPECT_TRUE(numbered->first("//resources/effect[@id='r11']"));
+    auto unnumbered =
+        XmlDocument::parse(R"(<fcpxml><resources><format id="fmt"/></resources><library><event>)"
+                           R"(<project><sequence><spine><asset-clip videoRole="GoPro"/></spine>)"
+                           R"(</sequence></project></event></library></fcpxml>)");
+    inject(unnumbered, {{"GoPro", test::kWarmTemplate}});
+    EXPECT_TRUE(unnumbered->first("//resources/effect[@id='r1']"));
 }
 
-TEST(EffectInjectorResources, StartsAtR1WithoutNumberedIds) {
-    auto document = project(R"(<format id="fmt"/>)", R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_TRUE(document->first("//resources/effect[@id='r1']"));
-}
-
-TEST(EffectInjectorResources, NumbersNewEffectsInRoleNameOrder) {
-    auto document = project(
-        kFormats, R"(<asset-clip name="a" videoRole="Zoom"/><asset-clip name="b" videoRole="Aerial"/>)");
-    const InjectionStats stats =
-        inject(document, {{"Zoom", test::kSoftPreset}, {"Aerial", test::kWarmTemplate}});
-    EXPECT_EQ(document->first("//effect[@id='r2']").attribute("name"), "Warm");
-    EXPECT_EQ(document->first("//effect[@id='r3']").attribute("name"), "Soft");
-    EXPECT_EQ(stats.rolesProcessed, (std::vector<std::string>{"Aerial", "Zoom"}));
-}
-
-TEST(EffectInjectorResources, GivesTwoRolesSharingANewEffectOneResourceEachAndUsesTheLater) {
+TEST(EffectInjectorResources, NumbersNewEffectsInRoleNameOrderOneResourcePerRoleEvenWithoutClips) {
     auto document =
-        project(kFormats, R"(<asset-clip name="a" videoRole="A"/><asset-clip name="b" videoRole="B"/>)");
-    const InjectionStats stats = inject(document, {{"A", test::kWarmTemplate}, {"B", test::kWarmTemplate}});
-    EXPECT_EQ(stats.effectsAdded, 2);
-    EXPECT_EQ(count(*document, "//resources/effect"), 2u);
+        project("", R"(<asset-clip name="a" videoRole="Zoom"/><asset-clip name="b" videoRole="Aerial"/>
+                                   <asset-clip name="c" videoRole="Beach"/>)");
+    const InjectionStats stats = inject(document, {{"Zoom", test::kSoftPreset},
+                                                   {"Aerial", test::kWarmTemplate},
+                                                   {"Beach", test::kWarmTemplate},
+                                                   {"Drone", test::kSoftPreset}});
+    EXPECT_EQ(stats.effectsAdded, 4);
+    EXPECT_EQ(stats.rolesProcessed, (Names{"Aerial", "Beach", "Zoom"}));
+    EXPECT_EQ(document->first("//effect[@id='r2']").attribute("name"), "Warm");
+    EXPECT_EQ(document->first("//effect[@id='r4']").attribute("name"), "Soft");
+    // Two roles sharing a new effect each get a resource; both use the later.
     EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r3']"), 2u);
-}
-
-TEST(EffectInjectorResources, KeepsTheResourceOfARoleWithoutClips) {
-    auto document = project(kFormats, R"(<asset-clip name="a" videoRole="GoPro"/>)");
-    const InjectionStats stats =
-        inject(document, {{"Drone", test::kSoftPreset}, {"GoPro", test::kWarmTemplate}});
-    EXPECT_EQ(stats.effectsAdded, 2);
-    EXPECT_EQ(stats.clipsModified, 1);
-    EXPECT_EQ(stats.rolesProcessed, std::vector<std::string>{"GoPro"});
+    EXPECT_EQ(count(*document, "//asset-clip[@name='a']/filter-video[@ref='r5']"), 1u);
 }
 
 TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
-    auto document = project(kFormats, R"(<asset-clip name="a" role="B-Roll.cam"/><clip name="b"/>
-                                         <asset-clip name="c" videoRole="b-roll"/>)");
+    auto document = project("", R"(<asset-clip name="a" role="B-Roll.cam"/><clip name="b"/>
+                                   <asset-clip name="c" videoRole="b-roll"/>)");
     const InjectionStats stats =
         inject(document, {{"B-Roll", test::kWarmTemplate}, {"video", test::kSoftPreset}});
     EXPECT_EQ(count(*document, "//asset-clip[@name='a']/filter-video[@name='Warm']"), 1u);
@@ -165,108 +139,48 @@ TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
     EXPECT_EQ(stats.clipsModified, 2);
 }
 
-TEST(EffectInjectorRoles, NeverFiltersTitlesGapsOrAudio) {
-    auto document = project(kFormats, R"(<title name="t" role="GoPro"/><gap name="g" role="GoPro"/>
-                                         <audio name="s" role="GoPro"/><caption name="c" role="GoPro"/>)");
+TEST(EffectInjectorWalk, FiltersTimelineClipsAndEntersCompoundAndMulticamOnlyThroughConnectedClips) {
+    auto document = XmlDocument::load(test::fixture("grading/clip_walk.fcpxml"));
     const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_EQ(stats.clipsModified, 0);
-    EXPECT_EQ(count(*document, "//filter-video"), 0u);
-}
-
-TEST(EffectInjectorWalk, FiltersConnectedClipsStorylinesAndSyncClipContent) {
-    auto document = project(kFormats, R"(
-        <asset-clip name="main" videoRole="GoPro">
-            <asset-clip lane="1" name="connected" videoRole="GoPro.GoPro-2"/>
-            <spine lane="-1"><asset-clip name="in storyline" videoRole="GoPro"/></spine>
-        </asset-clip>
-        <gap name="gap"><video lane="1" name="over gap" role="GoPro"/></gap>
-        <sync-clip name="sync" videoRole="GoPro"><asset-clip name="synced" videoRole="GoPro"/></sync-clip>)");
-
-    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
-
-    EXPECT_EQ(stats.clipsModified, 6);
-    for (const char* name : {"main", "connected", "in storyline", "over gap", "sync", "synced"}) {
-        EXPECT_EQ(count(*document, std::string("//*[@name='") + name + "']/filter-video"), 1u) << name;
+    const auto clips = document->xpath("//*[starts-with(@name, 'filtered') or starts-with(@name, 'kept')]");
+    ASSERT_EQ(clips.size(), 19u);
+    for (const XmlElement& clip : clips) {
+        const std::string name = clip.attribute("name").value_or("");
+        EXPECT_EQ(static_cast<bool>(clip.firstChild("filter-video")), name.starts_with("filtered")) << name;
     }
+    EXPECT_EQ(stats.clipsModified, 11);
 }
 
-TEST(EffectInjectorWalk, EntersCompoundAndMulticamClipsOnlyThroughConnectedClips) {
-    auto document = project(kFormats + R"(
-        <media id="r2" name="Compound"><sequence><spine><asset-clip name="inside compound" videoRole="GoPro"/></spine></sequence></media>
-        <media id="r3" name="Multicam"><multicam><mc-angle angleID="a"><asset-clip name="angle" videoRole="GoPro"/></mc-angle></multicam></media>)",
-                            R"(
-        <ref-clip ref="r2" name="compound" videoRole="GoPro">
-            <asset-clip name="unlaned" videoRole="GoPro"/>
-            <asset-clip lane="1" name="on compound" videoRole="GoPro"/>
-        </ref-clip>
-        <mc-clip ref="r3" name="multicam" videoRole="GoPro">
-            <mc-source angleID="a" srcEnable="all"/>
-            <asset-clip lane="2" name="on multicam" videoRole="GoPro"/>
-        </mc-clip>)");
+TEST(EffectInjectorWalk, GradesARealSyncClipExportByItsRoles) {
+    auto document = XmlDocument::load(test::fixture("orchetect__DAWFileKit__SyncClip.fcpxml"));
+    inject(document, {{"Sample Role", test::kSoftPreset}});
+    EXPECT_EQ(count(*document, "//filter-video"), 1u);
+    EXPECT_TRUE(
+        document->first("//sync-clip/asset-clip[@name='TestVideo']/filter-video[@ref='r6']"
+                        "/following-sibling::*[1][self::metadata]"));
+}
 
-    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
-
-    EXPECT_EQ(stats.clipsModified, 4);
-    for (const char* name : {"compound", "on compound", "multicam", "on multicam"}) {
-        EXPECT_EQ(count(*document, std::string("//*[@name='") + name + "']/filter-video"), 1u) << name;
+TEST(EffectInjectorPlacement, PutsTheFilterAfterVideoFiltersAndBeforeAudioFiltersAndMetadata) {
+    auto document = XmlDocument::load(test::fixture("grading/filter_placement.fcpxml"));
+    inject(document, {{"GoPro", test::kWarmTemplate}});
+    const std::map<std::string, Names> expected{
+        {"filters", {"adjust-transform", "filter-video", "filter-video", "filter-audio", "metadata"}},
+        {"metadata", {"marker", "filter-video", "metadata"}},
+        {"empty", {"filter-video"}},
+        {"markers", {"marker", "keyword", "filter-video"}},
+        {"again", {"filter-video", "filter-video"}}};
+    for (const auto& [name, children] : expected) {
+        EXPECT_EQ(childNames(document->first("//asset-clip[@name='" + name + "']")), children) << name;
     }
-    for (const char* name : {"inside compound", "angle", "unlaned"}) {
-        EXPECT_EQ(count(*document, std::string("//*[@name='") + name + "']/filter-video"), 0u) << name;
-    }
+    EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r2']"), 6u);  // five added, one there already
+    const XmlElement added = document->first("//asset-clip[@name='filters']/filter-video[2]");
+    EXPECT_EQ(added.node()->prev->type, XML_COMMENT_NODE) << "the comment stays where it was";
 }
 
-TEST(EffectInjectorWalk, VisitsTheMainSpineOfEveryProjectButNoSequenceInsideAClip) {
-    auto document = XmlDocument::parse(R"(<fcpxml><resources><format id="r1"/></resources>
-        <library><event>
-            <project name="one"><sequence><spine><asset-clip name="a" videoRole="GoPro"/></spine></sequence></project>
-            <project name="two"><sequence><spine><asset-clip name="b" videoRole="GoPro"/></spine></sequence></project>
-            <asset-clip name="browser clip" videoRole="GoPro"/>
-        </event></library></fcpxml>)");
-    const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_EQ(stats.clipsModified, 2);
-    EXPECT_EQ(count(*document, "//asset-clip[@name='browser clip']/filter-video"), 0u);
-}
-
-TEST(EffectInjectorPlacement, PutsTheFilterAfterOtherVideoFiltersAndBeforeAudioFiltersAndMetadata) {
-    auto document =
-        project(kFormats, R"(<asset-clip name="a" videoRole="GoPro"><adjust-transform/>)"
-                          R"(<filter-video ref="r9" name="Old"/><!-- note --><filter-audio ref="r8"/>)"
-                          R"(<metadata/></asset-clip>)");
-    inject(document, {{"GoPro", test::kWarmTemplate}});
-    const XmlElement clip = document->first("//asset-clip");
-    EXPECT_EQ(childNames(clip), (std::vector<std::string>{"adjust-transform", "filter-video", "filter-video",
-                                                          "filter-audio", "metadata"}));
-    const XmlElement added = document->first("//asset-clip/filter-video[2]");
-    EXPECT_EQ(added.attribute("ref"), "r2");
-    EXPECT_EQ(added.node()->next->type, XML_ELEMENT_NODE) << "the comment stays where it was";
-    EXPECT_EQ(added.node()->prev->type, XML_COMMENT_NODE);
-}
-
-TEST(EffectInjectorPlacement, PutsTheFilterBeforeMetadataOrAtTheEnd) {
-    auto document =
-        project(kFormats, R"(<asset-clip name="meta" videoRole="GoPro"><marker/><metadata/></asset-clip>
-                                         <asset-clip name="empty" videoRole="GoPro"/>
-                                         <asset-clip name="markers" videoRole="GoPro"><marker/><keyword/></asset-clip>)");
-    inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_EQ(childNames(document->first("//asset-clip[@name='meta']")),
-              (std::vector<std::string>{"marker", "filter-video", "metadata"}));
-    EXPECT_EQ(childNames(document->first("//asset-clip[@name='empty']")),
-              std::vector<std::string>{"filter-video"});
-    EXPECT_EQ(childNames(document->first("//asset-clip[@name='markers']")),
-              (std::vector<std::string>{"marker", "keyword", "filter-video"}));
-}
-
-TEST(EffectInjectorPlacement, AddsTheSameEffectAgainWhenAClipAlreadyHasIt) {
-    auto document = project(
-        kFormats + R"(<effect id="r2" name="Warm" uid=")" + test::kWarmTemplate.uid + R"("/>)",
-        R"(<asset-clip name="a" videoRole="GoPro"><filter-video ref="r2" name="Warm"/></asset-clip>)");
-    inject(document, {{"GoPro", test::kWarmTemplate}});
-    EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r2']"), 2u);
-}
-
-// Injecting must fail with the injector's error of `code` and `description`.
+// Injecting must fail with the injector's error of `code` and `description`, changing nothing.
 void expectInjectorError(const std::shared_ptr<XmlDocument>& document, int code,
                          const std::string& description) {
+    const std::string before = document->serialize(false);
     try {
         inject(document, {{"GoPro", test::kWarmTemplate}});
         ADD_FAILURE() << "injected into a document that has no place for effects";
@@ -275,38 +189,20 @@ void expectInjectorError(const std::shared_ptr<XmlDocument>& document, int code,
         EXPECT_EQ(error.code(), code);
         EXPECT_EQ(error.what(), description);
     }
-}
-
-TEST(EffectInjectorFailure, FailsWithoutResourcesAndChangesNothing) {
-    auto document = XmlDocument::parse(
-        R"(<fcpxml><library><event><project><sequence><spine>)"
-        R"(<asset-clip videoRole="GoPro"/></spine></sequence></project></event></library></fcpxml>)");
-    const std::string before = document->serialize(false);
-    expectInjectorError(document, 2, "Kein <resources>-Element gefunden");
     EXPECT_EQ(document->serialize(false), before);
 }
 
-TEST(EffectInjectorFailure, FailsWithoutRootElement) {
+TEST(EffectInjectorFailure, FailsWithoutResourcesOrRootElementAndChangesNothing) {
+    expectInjectorError(
+        XmlDocument::parse(R"(<fcpxml><library><event><project><sequence><spine>)"
+                           R"(<asset-clip videoRole="GoPro"/></spine></sequence></project></event>)"
+                           R"(</library></fcpxml>)"),
+        2, "Kein <resources>-Element gefunden");
     auto document = XmlDocument::parse("<fcpxml/>");
     xmlNodePtr root = xmlDocGetRootElement(document->raw());
     xmlUnlinkNode(root);
     xmlFreeNode(root);
     expectInjectorError(document, 1, "Kein Root-Element");
-}
-
-TEST(EffectInjectorDiagnostics, ReportsTheEntryPointsAndEachInjection) {
-    auto document =
-        project(kFormats, R"(<asset-clip name="a" offset="5s" videoRole="GoPro.GoPro-1"/><gap/>)");
-    std::vector<std::string> lines;
-    FCPXMLEffectInjector(document, {{"GoPro", test::kWarmTemplate}}, [&](const std::string& line) {
-        lines.push_back(line);
-    }).inject();
-    EXPECT_EQ(
-        lines,
-        (std::vector<std::string>{
-            "🌲 Found 1 timeline spine(s) as injection entry point(s)",
-            "🔍 SCAN forRole=GoPro | type=asset-clip name='a' videoRole=GoPro.GoPro-1 role=- → resolved=GoPro",
-            "💉 INJECT role=GoPro | type=asset-clip name='a' offset=5s lane=0 → refID=r2"}));
 }
 
 }  // namespace

@@ -62,26 +62,20 @@ TEST(RoleEffectMappingDecoding, AcceptsAMissingOrNullSourceAndUnknownKeys) {
 
 TEST(RoleEffectMappingDecoding, RefusesTheWholeFileWhenOneEntryDoesNotFit) {
     const std::string good = R"("Good":{"name":"Soft","uid":"FxPlug:x","sourceType":"fxPlug"})";
-    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"uid":"FxPlug:x","sourceType":"fxPlug"}}})");
-    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"name":"Soft","sourceType":"fxPlug"}}})");
-    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":{"name":"Soft","uid":"FxPlug:x"}}})");
-    expectUndecodable(R"({"mappings":{)" + good +
-                      R"(,"Bad":{"name":"Soft","uid":7,"sourceType":"fxPlug"}}})");
-    expectUndecodable(R"({"mappings":{)" + good +
-                      R"(,"Bad":{"name":"Soft","uid":"x","sourceType":"motion"}}})");
-    expectUndecodable(R"({"mappings":{)" + good +
-                      R"(,"Bad":{"name":"Soft","uid":"x","sourceType":"fxPlug","src":1}}})");
-    expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":"Soft"}})");
+    for (const char* bad :
+         {R"({"uid":"FxPlug:x","sourceType":"fxPlug"})", R"({"name":"Soft","sourceType":"fxPlug"})",
+          R"({"name":"Soft","uid":"FxPlug:x"})", R"({"name":"Soft","uid":7,"sourceType":"fxPlug"})",
+          R"({"name":"Soft","uid":"x","sourceType":"motion"})",
+          R"({"name":"Soft","uid":"x","sourceType":"fxPlug","src":1})", R"("Soft")"}) {
+        expectUndecodable(R"({"mappings":{)" + good + R"(,"Bad":)" + bad + "}}");
+    }
 }
 
 TEST(RoleEffectMappingDecoding, RefusesFilesThatAreNotAMappingObject) {
-    expectUndecodable("");
-    expectUndecodable("{\"mappings\":{");
-    expectUndecodable("[]");
-    expectUndecodable("{}");
-    expectUndecodable(R"({"mappings":[]})");
-    expectUndecodable(R"({"mappings":null})");
-    expectUndecodable("\xff\xfe garbage");
+    for (const char* json : {"", "{\"mappings\":{", "[]", "{}", R"({"mappings":[]})", R"({"mappings":null})",
+                             "\xff\xfe garbage"}) {
+        expectUndecodable(json);
+    }
 }
 
 class RoleEffectMappingFileTest : public ::testing::Test {
@@ -100,12 +94,6 @@ TEST_F(RoleEffectMappingFileTest, SavesToAndLoadsFromTheApplicationSupportFolder
 
     RoleEffectMapping::save({{"Interview", test::kSoftPreset}});
     EXPECT_EQ(RoleEffectMapping::load(), (RoleEffectMappings{{"Interview", test::kSoftPreset}}));
-}
-
-TEST_F(RoleEffectMappingFileTest, CreatesTheFolderWhenTheLocationIsAskedFor) {
-    std::filesystem::remove_all(folders_.dataHome());
-    RoleEffectMapping::fileURL();
-    EXPECT_TRUE(std::filesystem::is_directory(file().parent_path()));
 }
 
 TEST_F(RoleEffectMappingFileTest, FailsToLoadAMissingOrDamagedFile) {

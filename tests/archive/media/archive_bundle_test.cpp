@@ -28,24 +28,8 @@ TEST(SanitisedProjectName, RemovesSeparatorsAndCollapsesSpaces) {
     EXPECT_EQ(sanitisedProjectName("Nineteen characters_ and more"), "Nineteen_characters_");
 }
 
-TEST(ArchiveBundleURL, LiesInTheOutputFolder) {
-    ArchiveExportContext context;
-    context.outputDirectory = "/out";
-    context.projectName = "Trailer";
-    EXPECT_EQ(archiveBundleURL(context), std::filesystem::path("/out/archiv_Trailer.fcpxmld"));
-    EXPECT_EQ(archiveMediaFolder(context), std::filesystem::path("/out/archiv_Trailer.fcpxmld/Media"));
-}
-
-TEST(MediaReferences, TrimmedAssetsBecomeNewMediaAndCopiesKeepTheirIdentity) {
-    const auto document = test::projectWith(
-        "<asset id=\"t\" uid=\"OLD1\"><media-rep kind=\"original-media\" sig=\"OLD1\" src=\"file:///a.mov\">"
-        "<bookmark>x</bookmark></media-rep></asset>"
-        "<asset id=\"w\" uid=\"OLD2\"><media-rep kind=\"original-media\" sig=\"OLD2\" "
-        "src=\"file:///b.mov\"/></asset>"
-        "<asset id=\"o\" uid=\"OLD3\"><media-rep kind=\"original-media\" sig=\"OLD3\" "
-        "src=\"file:///c.mov\"/></asset>"
-        "<asset id=\"v\" uid=\"OLD4\" src=\"file:///d.mov\"/>",
-        "");
+TEST(MediaReferences, TrimmedAssetsBecomeNewMediaCopiesKeepTheirIdentityAndProjectsAreRenamed) {
+    const auto document = XmlDocument::load(test::fixture("archive/media_references.fcpxml"));
     BundledAssetRegistry registry;
     registry.registerAsset("t", {"./Media/a_trimmed.mov", "file:///a.mov", true});
     registry.registerAsset("w", {"./Media/b.mov", "file:///b.mov", false});
@@ -64,13 +48,7 @@ TEST(MediaReferences, TrimmedAssetsBecomeNewMediaAndCopiesKeepTheirIdentity) {
     EXPECT_EQ(document->first("//asset[@id='w']/media-rep").attribute("src"), "./Media/b.mov");
     EXPECT_EQ(document->first("//asset[@id='o']/media-rep").attribute("src"), "file:///c.mov");
     EXPECT_EQ(document->first("//asset[@id='v']").attribute("src"), "./Media/d.mov");
-}
 
-TEST(RenameProjects, EveryNamedProjectGetsTheSuffix) {
-    const auto document = XmlDocument::parse(
-        "<fcpxml><library><event><project name=\"Trailer\"/><project name=\"Cut "
-        "2\"/><project/></event></library>"
-        "</fcpxml>");
     renameProjects(*document, "20250314_0930_archiv");
     const std::vector<XmlElement> projects = document->xpath("//project");
     EXPECT_EQ(projects[0].attribute("name"), "Trailer (20250314_0930_archiv)");

@@ -1,5 +1,7 @@
 #include "archive/media/encoder_profile.h"
 
+#include "archive/archive_support.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -7,6 +9,7 @@ namespace tidyreel {
 namespace {
 
 using Arguments = std::vector<std::string>;
+using test::words;
 
 TEST(EncoderProfiles, NamesAndPlatformDefault) {
     EXPECT_EQ(encoderProfileNamed("libx265"), EncoderProfile::libx265);
@@ -20,96 +23,34 @@ TEST(EncoderProfiles, NamesAndPlatformDefault) {
 }
 
 TEST(VideoToolboxProfile, KeepsTheSystemsArgumentLists) {
-    EXPECT_EQ(videoToolboxArguments("/in.mov", "/out.mov", 10, 15.5), (Arguments{"-i",
-                                                                                 "/in.mov",
-                                                                                 "-ss",
-                                                                                 "10.000000",
-                                                                                 "-t",
-                                                                                 "15.500000",
-                                                                                 "-c:v",
-                                                                                 "hevc_videotoolbox",
-                                                                                 "-tag:v",
-                                                                                 "hvc1",
-                                                                                 "-q:v",
-                                                                                 "65",
-                                                                                 "-b:v",
-                                                                                 "0",
-                                                                                 "-bf",
-                                                                                 "0",
-                                                                                 "-spatial_aq",
-                                                                                 "1",
-                                                                                 "-c:a",
-                                                                                 "aac",
-                                                                                 "-b:a",
-                                                                                 "320k",
-                                                                                 "-avoid_negative_ts",
-                                                                                 "make_zero",
-                                                                                 "-map",
-                                                                                 "0:v:0",
-                                                                                 "-map",
-                                                                                 "0:a?",
-                                                                                 "-y",
-                                                                                 "/out.mov"}));
+    EXPECT_EQ(
+        videoToolboxArguments("/in.mov", "/out.mov", 10, 15.5),
+        words("-i /in.mov -ss 10.000000 -t 15.500000 -c:v hevc_videotoolbox -tag:v hvc1 -q:v 65 -b:v 0 "
+              "-bf 0 -spatial_aq 1 -c:a aac -b:a 320k -avoid_negative_ts make_zero -map 0:v:0 -map 0:a? "
+              "-y /out.mov"));
     EXPECT_EQ(streamCopyArguments("/in.mov", "/out.mov", 10, 15.5),
-              (Arguments{"-ss", "10.000000", "-i", "/in.mov", "-t", "15.500000", "-map", "0:v:0", "-map",
-                         "0:a?", "-c", "copy", "-avoid_negative_ts", "make_zero", "-y", "/out.mov"}));
+              words("-ss 10.000000 -i /in.mov -t 15.500000 -map 0:v:0 -map 0:a? -c copy -avoid_negative_ts "
+                    "make_zero -y /out.mov"));
     EXPECT_EQ(concatArguments("/out.mov"),
-              (Arguments{"-f", "concat", "-i", "concat_list.txt", "-map", "0", "-map", "-0:d",
-                         "-ignore_unknown", "-c", "copy", "-y", "/out.mov"}));
-}
-
-TEST(VideoToolboxProfile, M4VOutputsUseTheIpodMuxer) {
-    const Arguments arguments = concatArguments("/b/CLIP_trimmed.M4V");
-    EXPECT_EQ(Arguments(arguments.end() - 4, arguments.end()),
-              (Arguments{"-f", "ipod", "-y", "/b/CLIP_trimmed.M4V"}));
+              words("-f concat -i concat_list.txt -map 0 -map -0:d -ignore_unknown -c copy -y /out.mov"));
+    // M4V outputs use the iPod muxer.
+    const Arguments m4v = concatArguments("/b/CLIP_trimmed.M4V");
+    EXPECT_EQ(Arguments(m4v.end() - 4, m4v.end()), words("-f ipod -y /b/CLIP_trimmed.M4V"));
 }
 
 TEST(X265Profile, CutsEverySegmentByFrameCountInOneRun) {
     const std::vector<Segment> segments{{0, 14}, {Rational(149149, 30000), Rational(1350349, 30000)}};
-    const Arguments arguments = x265Arguments("/in.mov", "/out.mov", segments, Rational(1001, 30000), true);
-    EXPECT_EQ(arguments, (Arguments{"-nostdin",
-                                    "-ss",
-                                    "0.000000",
-                                    "-t",
-                                    "14.033367",
-                                    "-i",
-                                    "/in.mov",
-                                    "-ss",
-                                    "4.954950",
-                                    "-t",
-                                    "40.090050",
-                                    "-i",
-                                    "/in.mov",
-                                    "-filter_complex",
-                                    "[0:v:0]trim=end_frame=420,setpts=PTS-STARTPTS[v0];"
-                                    "[0:a:0]atrim=start=0.000000:duration=14.000000,asetpts=PTS-STARTPTS[a0];"
-                                    "[1:v:0]trim=end_frame=1200,setpts=PTS-STARTPTS[v1];"
-                                    "[1:a:0]atrim=start=0.016683:duration=40.040000,asetpts=PTS-STARTPTS[a1];"
-                                    "[v0][a0][v1][a1]concat=n=2:v=1:a=1[v][a]",
-                                    "-map",
-                                    "[v]",
-                                    "-map",
-                                    "[a]",
-                                    "-map_metadata:s:v:0",
-                                    "0:s:v:0",
-                                    "-c:v",
-                                    "libx265",
-                                    "-preset",
-                                    "medium",
-                                    "-crf",
-                                    "20",
-                                    "-x265-params",
-                                    "bframes=0:log-level=error",
-                                    "-pix_fmt",
-                                    "yuv420p10le",
-                                    "-tag:v",
-                                    "hvc1",
-                                    "-c:a",
-                                    "aac",
-                                    "-b:a",
-                                    "320k",
-                                    "-y",
-                                    "/out.mov"}));
+    EXPECT_EQ(x265Arguments("/in.mov", "/out.mov", segments, Rational(1001, 30000), true),
+              words("-nostdin -ss 0.000000 -t 14.033367 -i /in.mov -ss 4.954950 -t 40.090050 -i /in.mov "
+                    "-filter_complex "
+                    "[0:v:0]trim=end_frame=420,setpts=PTS-STARTPTS[v0];"
+                    "[0:a:0]atrim=start=0.000000:duration=14.000000,asetpts=PTS-STARTPTS[a0];"
+                    "[1:v:0]trim=end_frame=1200,setpts=PTS-STARTPTS[v1];"
+                    "[1:a:0]atrim=start=0.016683:duration=40.040000,asetpts=PTS-STARTPTS[a1];"
+                    "[v0][a0][v1][a1]concat=n=2:v=1:a=1[v][a] "
+                    "-map [v] -map [a] -map_metadata:s:v:0 0:s:v:0 -c:v libx265 -preset medium -crf 20 "
+                    "-x265-params bframes=0:log-level=error -pix_fmt yuv420p10le -tag:v hvc1 -c:a aac "
+                    "-b:a 320k -y /out.mov"));
 }
 
 TEST(X265Profile, VideoOnlyAndUnknownFrameRate) {
@@ -117,9 +58,8 @@ TEST(X265Profile, VideoOnlyAndUnknownFrameRate) {
     EXPECT_THAT(arguments, ::testing::Contains("[0:v:0]trim=duration=2.000000,setpts=PTS-STARTPTS[v0];"
                                                "[v0]concat=n=1:v=1:a=0[v]"));
     EXPECT_THAT(arguments, ::testing::Not(::testing::Contains("-c:a")));
-    EXPECT_EQ(Arguments(arguments.begin() + 1, arguments.begin() + 5),
-              (Arguments{"-ss", "2.000000", "-t", "2.000000"}));
-    EXPECT_EQ(Arguments(arguments.end() - 4, arguments.end()), (Arguments{"-f", "ipod", "-y", "/out.m4v"}));
+    EXPECT_EQ(Arguments(arguments.begin() + 1, arguments.begin() + 5), words("-ss 2.000000 -t 2.000000"));
+    EXPECT_EQ(Arguments(arguments.end() - 4, arguments.end()), words("-f ipod -y /out.m4v"));
 }
 
 TEST(X265Profile, FrameCounts) {

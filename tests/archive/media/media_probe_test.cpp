@@ -23,12 +23,11 @@ std::string probeFailure(Probe probe) {
 }
 
 TEST(CodecProbe, ReadsARecordedProResOutput) {
-    const ProbeResult result = parseCodecProbe(R"({
+    EXPECT_EQ(parseCodecProbe(R"({
         "programs": [],
         "streams": [{"codec_name": "prores", "codec_tag_string": "ap4h", "start_pts": 0,
-                     "tags": {"encoder": "Apple ProRes 4444"}}]})");
-    EXPECT_EQ(result, (ProbeResult{"prores", "ap4h", 0, "Apple ProRes 4444"}));
-    EXPECT_TRUE(isAVFoundationProRes4444(result));
+                     "tags": {"encoder": "Apple ProRes 4444"}}]})"),
+              (ProbeResult{"prores", "ap4h", 0, "Apple ProRes 4444"}));
 }
 
 TEST(CodecProbe, ReadsStartPtsFourWays) {
@@ -50,13 +49,12 @@ TEST(CodecProbe, MissingFieldsReadAsUnknown) {
 }
 
 TEST(CodecProbe, RejectsOutputWithoutAVideoStream) {
-    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[]})"); }),
-              "No video stream found in ffprobe output");
-    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({})"); }), "No video stream found in ffprobe output");
-    EXPECT_EQ(probeFailure([] { parseCodecProbe(R"({"streams":[1]})"); }),
-              "No video stream found in ffprobe output");
-    EXPECT_EQ(probeFailure([] { parseCodecProbe("[]"); }), "ffprobe output not parseable as JSON");
-    EXPECT_EQ(probeFailure([] { parseCodecProbe("Invalid data"); }), "ffprobe output not parseable as JSON");
+    for (const char* json : {R"({"streams":[]})", R"({})", R"({"streams":[1]})"}) {
+        EXPECT_EQ(probeFailure([&] { parseCodecProbe(json); }), "No video stream found in ffprobe output");
+    }
+    for (const char* text : {"[]", "Invalid data"}) {
+        EXPECT_EQ(probeFailure([&] { parseCodecProbe(text); }), "ffprobe output not parseable as JSON");
+    }
 }
 
 TEST(DurationProbe, MultipliesTheTimeBase) {
@@ -83,28 +81,13 @@ TEST(DurationProbe, RejectsBadTimeBasesAndMissingFields) {
 }
 
 TEST(ProResRule, NeedsAllFourFacts) {
-    const ProbeResult prores{"prores", "ap4h", 0, "Apple ProRes 4444 XQ"};
-    EXPECT_TRUE(isAVFoundationProRes4444(prores));
-    ProbeResult hq = prores;
-    hq.codecTagString = "apch";
-    EXPECT_FALSE(isAVFoundationProRes4444(hq));
-    ProbeResult shifted = prores;
-    shifted.startPts = -1001;
-    EXPECT_FALSE(isAVFoundationProRes4444(shifted));
-    ProbeResult untagged = prores;
-    untagged.encoderTag.reset();
-    EXPECT_FALSE(isAVFoundationProRes4444(untagged));
-    ProbeResult lowerCase = prores;
-    lowerCase.encoderTag = "apple prores 4444";
-    EXPECT_FALSE(isAVFoundationProRes4444(lowerCase));
-}
-
-TEST(ProbeArguments, NineEntriesEach) {
-    EXPECT_EQ(codecProbeArguments("/m/a b.mov"),
-              (std::vector<std::string>{"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                        "stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder",
-                                        "-of", "json", "/m/a b.mov"}));
-    EXPECT_EQ(durationProbeArguments("/m/a.mov")[5], "stream=time_base,duration_ts:format=duration");
+    EXPECT_TRUE(isAVFoundationProRes4444({"prores", "ap4h", 0, "Apple ProRes 4444 XQ"}));
+    for (const ProbeResult& other : {ProbeResult{"prores", "apch", 0, "Apple ProRes 4444 XQ"},
+                                     ProbeResult{"prores", "ap4h", -1001, "Apple ProRes 4444 XQ"},
+                                     ProbeResult{"prores", "ap4h", 0, std::nullopt},
+                                     ProbeResult{"prores", "ap4h", 0, "apple prores 4444"}}) {
+        EXPECT_FALSE(isAVFoundationProRes4444(other)) << other.codecTagString;
+    }
 }
 
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {

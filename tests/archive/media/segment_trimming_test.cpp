@@ -103,6 +103,8 @@ TEST_F(SegmentTrimming, OneSegmentIsCutStraightToTheBundle) {
 }
 
 TEST_F(SegmentTrimming, SeveralSegmentsAreCutIntoATemporaryFolderAndJoined) {
+    std::filesystem::create_directories(folder / "tmp");
+    const ScopedEnvironment temporaryFolders("TMPDIR", (folder / "tmp").string());
     const TrimmedMedia result = trimAsset(plan({{0, 10}, {30, 40}, {60, 70}}), context);
     EXPECT_EQ(test::readTextFile(result.file), "file 'seg_0.m4v'\nfile 'seg_1.m4v'\nfile 'seg_2.m4v'\n");
     EXPECT_THAT(test::splitLines(test::readTextFile(folder / "pieces.txt")),
@@ -112,9 +114,7 @@ TEST_F(SegmentTrimming, SeveralSegmentsAreCutIntoATemporaryFolderAndJoined) {
     EXPECT_THAT(log.lines(), Contains(::testing::StartsWith("ℹ️     Segment 3/3: ffmpeg -i ")));
     EXPECT_THAT(log.lines(),
                 Contains(::testing::StartsWith("ℹ️     Concat (3 Segmente): ffmpeg -f concat")));
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path())) {
-        EXPECT_THAT(entry.path().filename().string(), ::testing::Not(::testing::StartsWith("tidyreel-r1-")));
-    }
+    EXPECT_TRUE(test::filesIn(folder / "tmp").empty()) << "the pieces' folder is removed";
 }
 
 TEST_F(SegmentTrimming, AVFoundationProRes4444IsCutByStreamCopy) {
@@ -144,6 +144,16 @@ TEST_F(SegmentTrimming, FailedCutRemovesItsOutputAndCopiesTheSourceWhole) {
     EXPECT_EQ(context.bundledAssets->snapshot().at("r1").isTrimmed, false);
 }
 
+TEST_F(SegmentTrimming, WithoutFFmpegTheSourceIsCopiedWhole) {
+    const ScopedEnvironment noConfiguredTool("TIDYREEL_FFMPEG", (folder / "nothing").string());
+    const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
+    EXPECT_FALSE(trimPlannedAsset(plan({{0, 10}}), context, 0, 1));
+    EXPECT_THAT(log.lines(),
+                Contains("❌     ✗ Trim fehlgeschlagen: ffmpeg binary nicht im App-Bundle gefunden"));
+    EXPECT_EQ(test::readTextFile(archiveMediaFolder(context) / "A001.m4v"), "source media");
+    EXPECT_FALSE(std::filesystem::exists(archiveMediaFolder(context) / "A001_trimmed.m4v"));
+}
+
 TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {
     TrimPlan snapped = plan({{Rational(24, 25), 10}});
     snapped.originalSegments = {{Rational(99, 100), 10}};
@@ -154,19 +164,18 @@ TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {
     EXPECT_EQ(log.lines().back(), "✅     ✓ Gespeichert: A001_trimmed.m4v");
 }
 
-TEST_F(SegmentTrimming, FallbackRefusesSymbolicLinksAndEmptyFiles) {
+TEST_F(SegmentTrimming, FallbackRefusesSymbolicLinksAndEmptyTargets) {
     std::filesystem::create_symlink(folder / "src" / "A001.m4v", archiveMediaFolder(context) / "A001.m4v");
     fallbackCopy(plan({{0, 10}}), context);
     EXPECT_EQ(
         log.lines().back(),
         "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     EXPECT_TRUE(context.bundledAssets->snapshot().empty());
-}
-
-TEST_F(SegmentTrimming, FallbackRefusesAnEmptyTarget) {
+    std::filesystem::remove(archiveMediaFolder(context) / "A001.m4v");
     test::writeTextFile(folder / "src" / "A001.m4v", "");
     fallbackCopy(plan({{0, 10}}), context);
     EXPECT_EQ(log.lines().back(), "❌     ✗ Fallback-Kopie fehlgeschlagen: Ziel-Datei hat Größe 0");
+    EXPECT_TRUE(context.bundledAssets->snapshot().empty());
 }
 
 }  // namespace

@@ -12,12 +12,10 @@ std::vector<Segment> merged(std::vector<Segment> intervals, Rational duration = 
     return IntervalMerger::merge(std::move(intervals), duration, 5, 5, 15);
 }
 
-TEST(IntervalMerger, EmptyStaysEmpty) {
-    EXPECT_TRUE(merged({}).empty());
-}
-
-TEST(IntervalMerger, TouchingPaddedRangesJoin) {
+TEST(IntervalMerger, TouchingContainedAndRepeatedRangesJoinAndNothingStaysNothing) {
     EXPECT_THAT(merged({{10, 20}, {30, 40}}), ElementsAre(Segment{5, 45}));
+    EXPECT_THAT(merged({{10, 60}, {20, 30}, {20, 30}}), ElementsAre(Segment{5, 65}));
+    EXPECT_TRUE(merged({}).empty());
 }
 
 TEST(IntervalMerger, GapOfExactlyTheSlackJoinsOneMoreDoesNot) {
@@ -31,10 +29,6 @@ TEST(IntervalMerger, ClampsAtZeroAndAtTheDuration) {
     EXPECT_THAT(merged({{2, 4}}), ElementsAre(Segment{0, 9}));
     EXPECT_THAT(merged({{90, 100}}), ElementsAre(Segment{85, 100}));
     EXPECT_THAT(merged({{Rational(1001, 30000), Rational(2002, 30000)}}, 3), ElementsAre(Segment{0, 3}));
-}
-
-TEST(IntervalMerger, ContainedAndRepeatedRangesCollapse) {
-    EXPECT_THAT(merged({{10, 60}, {20, 30}, {20, 30}}), ElementsAre(Segment{5, 65}));
 }
 
 TEST(IntervalMerger, TotalLength) {

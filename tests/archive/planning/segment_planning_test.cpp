@@ -79,7 +79,7 @@ TEST_F(SegmentPlanning, TrimsWithFrameSnapAndLogsEveryStep) {
                     "ℹ️   → Asset r1: 1 Segment(e), Einsparung: 1499/25s (60.0%)"));
 }
 
-TEST_F(SegmentPlanning, AlignedSegmentsAndVideoOnlyMedia) {
+TEST_F(SegmentPlanning, AlignedUnknownFrameGridsAndVideoOnlyMedia) {
     const AssetDecision decision =
         plan(assetElement("r1", "b.MP4", "60s", "hasVideo=\"1\" format=\"f1\""), {{20, 30}});
     ASSERT_TRUE(decision.plan);
@@ -87,31 +87,12 @@ TEST_F(SegmentPlanning, AlignedSegmentsAndVideoOnlyMedia) {
     EXPECT_TRUE(log.contains("ℹ️        Frame-Grid-Snap: Alle Segmente bereits frame-aligned"));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1: 1 Segment(e), Einsparung: 40s (66.7%) [Video-only]"));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1 [.mp4]: Rollen=[—] → Trim-Kandidat"));
-}
-
-TEST_F(SegmentPlanning, UnknownFrameDurationKeepsSegments) {
-    const AssetDecision decision = plan(assetElement("r1", "c.m4v", "60s", "hasAudio=\"1\""), {{20, 30}});
-    ASSERT_TRUE(decision.plan);
+    EXPECT_TRUE(plan(assetElement("r1", "c.m4v", "60s", "hasAudio=\"1\""), {{20, 30}}).plan);
     EXPECT_TRUE(log.contains(
         "ℹ️        Frame-Grid-Snap: frameDuration nicht ermittelbar, Segmente unverändert"));
 }
 
-TEST_F(SegmentPlanning, OtherMediaTypesStayWholeWithoutALine) {
-    for (const std::string file : {"a.mxf", "still.png", "noext", "clip.mov.wav"}) {
-        const AssetDecision decision = plan(assetElement("r1", file, "60s"), {{1, 2}});
-        EXPECT_EQ(decision.reason, SkipReason::notTrimmableType) << file;
-        EXPECT_EQ(decision.kept, Rational(60));
-    }
-    EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(SegmentPlanning, MissingAssetIsAWarning) {
-    const AssetDecision decision = plan("<media id=\"r1\" name=\"C\"/>", {{1, 2}});
-    EXPECT_EQ(decision.reason, SkipReason::notInResources);
-    EXPECT_THAT(log.lines(), ElementsAre("⚠️ ⚠️ Asset r1 nicht in <resources> gefunden"));
-}
-
-TEST_F(SegmentPlanning, RetimingDecides) {
+TEST_F(SegmentPlanning, LinearRetimingIsTrimmedWithItsFactor) {
     statuses["r1"] = TimeMapStatus::linearConsistent(Rational(1, 2));
     EXPECT_TRUE(plan(assetElement("r1", "a.mov", "100s"), {{10, 20}}).plan);
     EXPECT_TRUE(log.contains(
@@ -120,33 +101,48 @@ TEST_F(SegmentPlanning, RetimingDecides) {
     EXPECT_TRUE(plan(assetElement("r1", "a.mov", "100s"), {{10, 20}}).plan);
     EXPECT_TRUE(log.contains(
         "ℹ️   → Asset r1: mehrere lineare Speed-Faktoren — Trim mit Faktor-Korrektur pro Clip"));
-    statuses["r1"] = TimeMapStatus::nonLinearRamp();
-    EXPECT_EQ(plan(assetElement("r1", "a.mov", "100s"), {{10, 20}}).reason, SkipReason::speedRamp);
-    EXPECT_TRUE(log.contains(
-        "ℹ️   ⚠️ Asset r1 hat echte Speed-Ramp (≥3 Punkte oder verschobener Nullpunkt) → "
-        "übersprungen, nur kopiert"));
+    // A saving of exactly one second is enough.
+    EXPECT_TRUE(plan(assetElement("r1", "a.mov", "21s"), {{5, 15}}).plan);
 }
 
-TEST_F(SegmentPlanning, JLCutAtTransitionStaysWhole) {
+TEST_F(SegmentPlanning, WhatCannotBeTrimmedSafelyStaysWholeAndSaysWhy) {
+    const std::string movie = assetElement("r1", "a.mov", "100s");
+    for (const std::string file : {"a.mxf", "still.png", "noext", "clip.mov.wav"}) {
+        const AssetDecision decision = plan(assetElement("r1", file, "60s"), {{1, 2}});
+        EXPECT_EQ(decision.reason, SkipReason::notTrimmableType) << file;
+        EXPECT_EQ(decision.kept, Rational(60));
+    }
+    EXPECT_TRUE(log.lines().empty()) << "other media types stay whole without a line";
+
+    EXPECT_EQ(plan("<media id=\"r1\" name=\"C\"/>", {{1, 2}}).reason, SkipReason::notInResources);
+    EXPECT_EQ(log.lines().back(), "⚠️ ⚠️ Asset r1 nicht in <resources> gefunden");
+
+    statuses["r1"] = TimeMapStatus::nonLinearRamp();
+    EXPECT_EQ(plan(movie, {{10, 20}}).reason, SkipReason::speedRamp);
+    EXPECT_EQ(log.lines().back(),
+              "ℹ️   ⚠️ Asset r1 hat echte Speed-Ramp (≥3 Punkte oder verschobener Nullpunkt) → "
+              "übersprungen, nur "
+              "kopiert");
+    statuses.clear();
+
     jlCuts.insert("r1");
-    EXPECT_EQ(plan(assetElement("r1", "a.mov", "100s"), {{10, 20}}).reason, SkipReason::jlCut);
+    EXPECT_EQ(plan(movie, {{10, 20}}).reason, SkipReason::jlCut);
     EXPECT_EQ(
         log.lines().back(),
         "ℹ️   ⚠️ Asset r1 hat J/L-Cut mit angrenzender Transition → übersprungen, nur kopiert "
         "(FCP-Import-Klemmung der Audio-Wanne)");
-}
+    jlCuts.clear();
 
-TEST_F(SegmentPlanning, RangesOutsideTheMediaStayWhole) {
     for (const std::vector<UsedRange>& ranges :
          std::vector<std::vector<UsedRange>>{{{-1, 5}}, {{10, 101}}, {{10, 10}}, {{5, 6}, {20, 19}}}) {
-        EXPECT_EQ(plan(assetElement("r1", "a.mov", "100s"), ranges).reason, SkipReason::outsideDuration);
+        EXPECT_EQ(plan(movie, ranges).reason, SkipReason::outsideDuration);
     }
-    EXPECT_EQ(log.lines().back(),
-              "ℹ️   ⚠️ Asset r1: Intervall liegt außerhalb assetDuration=100s "
-              "(kaputtes/offline FCPXML?) → übersprungen, nur kopiert");
-}
+    EXPECT_EQ(
+        log.lines().back(),
+        "ℹ️   ⚠️ Asset r1: Intervall liegt außerhalb assetDuration=100s (kaputtes/offline FCPXML?) "
+        "→ "
+        "übersprungen, nur kopiert");
 
-TEST_F(SegmentPlanning, ShortMediaAndSmallSavingsStayWhole) {
     EXPECT_EQ(plan(assetElement("r1", "a.mov", "6s"), {{1, 2}}, 5, 10).reason,
               SkipReason::shorterThanMinSegment);
     EXPECT_EQ(log.lines().back(),
@@ -154,8 +150,9 @@ TEST_F(SegmentPlanning, ShortMediaAndSmallSavingsStayWhole) {
     EXPECT_EQ(plan(assetElement("r1", "a.mov", "41/2s"), {{5, 15}}).reason, SkipReason::noSaving);
     EXPECT_EQ(log.lines().back(),
               "ℹ️   → Asset r1: keine nennenswerte Einsparung (1/2s) → übersprungen");
-    // A saving of exactly one second is enough.
-    EXPECT_TRUE(plan(assetElement("r1", "a.mov", "21s"), {{5, 15}}).plan);
+
+    unreadable = true;
+    EXPECT_EQ(plan(movie, {{10, 20}}).reason, SkipReason::unreadableTimes);
 }
 
 TEST_F(SegmentPlanning, TimecodeOriginPlansInFileTime) {
@@ -168,11 +165,6 @@ TEST_F(SegmentPlanning, TimecodeOriginPlansInFileTime) {
     EXPECT_THAT(decision.plan->segments, ElementsAre(Segment{5, 25}, Segment{95, 115}));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1: Timecode-Ursprung 3600s — Bereiche relativ dazu"));
     EXPECT_TRUE(log.contains("ℹ️        [0] 10s..20s (10.0..20.0)"));
-}
-
-TEST_F(SegmentPlanning, UnreadableTimesStayWhole) {
-    unreadable = true;
-    EXPECT_EQ(plan(assetElement("r1", "a.mov", "100s"), {{10, 20}}).reason, SkipReason::unreadableTimes);
 }
 
 TEST_F(SegmentPlanning, HugeValuesNeverWrap) {

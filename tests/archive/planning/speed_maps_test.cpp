@@ -21,28 +21,21 @@ XmlElement clipWithMap(std::shared_ptr<XmlDocument>& keep, const std::vector<std
     return keep->first("//asset-clip");
 }
 
-TEST(TimeMapInterpolation, ClampsAtBothEndsAndInterpolatesBetween) {
+TEST(TimeMapInterpolation, ClampsAtBothEndsAndInterpolatesBetweenTheNeighbouringPoints) {
     const TimeMap map{{{0, 0}, {10, 20}}};
     EXPECT_EQ(map.interpolate(3), Rational(6));
     EXPECT_EQ(map.interpolate(10), Rational(20));
     EXPECT_EQ(map.interpolate(12), Rational(20));
     EXPECT_EQ(map.interpolate(-4), Rational(0));
     EXPECT_EQ(map.interpolate(Rational(1001, 30000)), Rational(1001, 15000));
-}
-
-TEST(TimeMapInterpolation, EmptyAndOnePointMaps) {
     EXPECT_EQ(TimeMap{}.interpolate(7), Rational(7));
-    const TimeMap single{{{5, 9}}};
-    EXPECT_EQ(single.interpolate(0), Rational(9));
-    EXPECT_EQ(single.interpolate(100), Rational(9));
-}
-
-TEST(TimeMapInterpolation, ThreePointRampAndRepeatedTimes) {
+    EXPECT_EQ((TimeMap{{{5, 9}}}).interpolate(0), Rational(9));
+    EXPECT_EQ((TimeMap{{{5, 9}}}).interpolate(100), Rational(9));
     const TimeMap ramp{{{0, 0}, {5, 5}, {10, 20}}};
     EXPECT_EQ(ramp.interpolate(7), Rational(11));
     EXPECT_EQ(ramp.interpolate(5), Rational(5));
-    const TimeMap jump{{{0, 0}, {5, 5}, {5, 8}, {10, 13}}};
-    EXPECT_EQ(jump.interpolate(5), Rational(8));
+    // A repeated time jumps: the later point wins.
+    EXPECT_EQ((TimeMap{{{0, 0}, {5, 5}, {5, 8}, {10, 13}}}).interpolate(5), Rational(8));
 }
 
 TEST(SpeedMapReading, TwoPointsFromZeroAreLinear) {
@@ -57,42 +50,35 @@ TEST(SpeedMapReading, TwoPointsFromZeroAreLinear) {
     EXPECT_EQ(FCPXMLTime::clipSourceEnd(clip), Rational(10));
 }
 
-TEST(SpeedMapReading, RampsAndShiftedOriginsAreNonLinear) {
+// Linearity is judged on the points as written: the first one must be the origin.
+TEST(SpeedMapReading, RampsShiftedOriginsAndUnsortedPointsAreNonLinear) {
     std::shared_ptr<XmlDocument> document;
     for (const auto& points : std::vector<std::vector<std::string>>{{"0s,0s", "5s,5s", "10s,20s"},
                                                                     {"0s,2s", "10s,12s"},
                                                                     {"0s,0s", "10s,0s"},
                                                                     {"0s,0s", "-10s,5s"},
-                                                                    {"3s,3s"}}) {
+                                                                    {"3s,3s"},
+                                                                    {"10s,20s", "0s,0s"}}) {
         const XmlElement clip = clipWithMap(document, points);
         EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear()) << points.front() << " " << points.back();
         EXPECT_TRUE(FCPXMLTime::hasNonLinearTimeMap(clip));
         EXPECT_FALSE(FCPXMLTime::linearSpeedMap(clip));
     }
+    // For interpolation the points are sorted by time.
+    EXPECT_EQ(FCPXMLTime::buildTimeMap(clipWithMap(document, {"10s,20s", "0s,0s"}))->points.front(),
+              (TimeMapPoint{0, 0}));
 }
 
-TEST(SpeedMapReading, UnreadablePointsAreSkipped) {
+TEST(SpeedMapReading, UnreadablePointsAreSkippedAndAMapWithoutAnyLeavesTimesUnmapped) {
     std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"0s,0s", "abc,5s", "10s,20s"});
+    XmlElement clip = clipWithMap(document, {"0s,0s", "abc,5s", "10s,20s"});
     EXPECT_EQ(timeMapKind(clip), TimeMapKind::linear(2));
     EXPECT_EQ(FCPXMLTime::buildTimeMap(clip)->points.size(), 2u);
-}
-
-TEST(SpeedMapReading, MapWithoutReadablePointsLeavesTimesUnmapped) {
-    std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"x,0s", "1s,y"});
+    clip = clipWithMap(document, {"x,0s", "1s,y"});
     EXPECT_FALSE(FCPXMLTime::buildTimeMap(clip));
     EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear());
     EXPECT_EQ(FCPXMLTime::clipSourceStart(clip), Rational(2));
     EXPECT_EQ(FCPXMLTime::clipSourceEnd(clip), Rational(5));
-}
-
-TEST(SpeedMapReading, PointsAreSortedByTimeForInterpolation) {
-    std::shared_ptr<XmlDocument> document;
-    const XmlElement clip = clipWithMap(document, {"10s,20s", "0s,0s"});
-    EXPECT_EQ(FCPXMLTime::buildTimeMap(clip)->points.front(), (TimeMapPoint{0, 0}));
-    // Linearity is judged on the points as written: the first one must be the origin.
-    EXPECT_EQ(timeMapKind(clip), TimeMapKind::nonLinear());
 }
 
 TEST(SpeedMapReading, ClipWithoutMap) {

@@ -44,23 +44,17 @@ TEST(Remap, SnapsToTheFrameGridHalvesAwayFromZero) {
 // Rewrites one trimmed asset "r1" of a document and keeps the log.
 class TimingRewrite : public ::testing::Test {
 protected:
-    void rewrite(const std::string& spine, std::vector<Segment> segments, std::vector<Rational> drifts = {},
-                 std::optional<Rational> probed = std::nullopt, const std::string& assetStart = "0s") {
+    void rewrite(const std::string& spine, const std::vector<Segment>& segments,
+                 std::vector<Rational> drifts = {}, std::optional<Rational> probed = std::nullopt,
+                 const std::string& assetStart = "0s") {
         document = test::projectWith(
             "<asset id=\"r1\" start=\"" + assetStart +
                 "\" duration=\"100s\" hasVideo=\"1\" format=\"f1\"><media-rep kind=\"original-media\" "
                 "duration=\"100s\" src=\"file:///m/a.mov\"/></asset>",
             spine);
-        TrimPlan plan{"r1",
-                      "/m/a.mov",
-                      "file:///m/a.mov",
-                      100,
-                      false,
-                      std::move(segments),
-                      {},
-                      *Rational::fromFCPXML(assetStart),
-                      std::nullopt};
-        plan.originalSegments = plan.segments;
+        const TrimPlan plan{"r1",        "/m/a.mov", "file:///m/a.mov", 100,
+                            false,       segments,   segments,          *Rational::fromFCPXML(assetStart),
+                            std::nullopt};
         std::map<std::string, TrimmedAsset> trimmed{
             {"r1", TrimmedAsset{plan, "/b/Media/a_trimmed.mov", drifts}}};
         ExportContext context;

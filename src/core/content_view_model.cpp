@@ -16,10 +16,19 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <iostream>
 
 namespace tidyreel {
 namespace {
+
+// A tool named by the environment, else by the settings; empty when neither names one.
+std::filesystem::path configuredTool(const char* environmentVariable, const std::string& settingKey) {
+    if (const char* value = std::getenv(environmentVariable); value && *value) {
+        return value;
+    }
+    return SettingsStore::stringValue(settingKey).value_or("");
+}
 
 /// The fixed texts of one workflow's start and end.
 struct WorkflowTexts {
@@ -288,22 +297,43 @@ void ContentViewModel::start(ExportActionType actionType) {
     launch(makeRequest(actionType));
 }
 
+RunSettings ContentViewModel::runSettings() const {
+    RunSettings settings;
+    settings.outputDirectory = outputDirectory_.value_or(std::filesystem::path());
+    settings.includedRoles = includedRoles_;
+    settings.buffer = buffer_;
+    settings.minSegment = minSegment_;
+    settings.exportChapterMarkers = exportChapterMarkers_;
+    settings.exportVideoDescription = exportVideoDescription_;
+    settings.youtubeDescription1 = youtubeDescription1_;
+    settings.youtubeDescription2 = youtubeDescription2_;
+    settings.roleEffectMappings = roleEffectMappings_;
+    settings.encoder = SettingsStore::stringValue("encoder").value_or("");
+    settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
+                      configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
+    settings.debugMode = debugMode_;
+    return settings;
+}
+
 PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const {
-    PipelineRequest request;
-    request.actionType = actionType;
-    request.outputDirectory = outputDirectory_;
-    request.sourceURL = *selectedFileURL_;
-    request.originalFileName = originalFileName_;
-    request.buffer = buffer_;
-    request.minSegment = minSegment_;
-    request.youtubeDescription1 = youtubeDescription1_;
-    request.youtubeDescription2 = youtubeDescription2_;
-    request.roleEffectMappings = roleEffectMappings_;
-    request.includedRoles = includedRoles_;
-    request.exportChapterMarkers = exportChapterMarkers_;
-    request.exportVideoDescription = exportVideoDescription_;
-    request.debugMode = debugMode_;
-    return request;
+    return PipelineRequest{actionType, *selectedFileURL_, originalFileName_, runSettings()};
+}
+
+std::optional<ArchivePlanning> ContentViewModel::planArchiving() {
+    if (!selectedFileURL_) {
+        return std::nullopt;
+    }
+    try {
+        lastRunError_.reset();
+        return planArchiveRun(
+            makeRequest(ExportActionType::archiving),
+            [this](LogEntryType type, const std::string& message) { addLog(type, message); });
+    } catch (const std::exception& failure) {
+        lastRunError_ = asError(failure);
+        addLog(LogEntryType::error,
+               std::string(textsOf(ExportActionType::archiving).failurePrefix) + lastRunError_->what());
+        return std::nullopt;
+    }
 }
 
 PipelineCallbacks ContentViewModel::makeCallbacks() {

@@ -74,6 +74,12 @@ public:
     void startVideoDescription();
     /// Starts the archive workflow after the output folder's write test.
     void startArchiving();
+    /// Analyses and plans the archive run with the current settings on a fresh copy of the project,
+    /// writing nothing; the plan, or none (with the failure line) when there is no file or it fails.
+    std::optional<ArchivePlanning> planArchiving();
+    /// The settings a run started now would take, read once: the controller's choices, the encoder
+    /// and the configured tools.
+    RunSettings runSettings() const;
 
     /// Stores both description texts in the settings.
     void saveVideoDescriptions();

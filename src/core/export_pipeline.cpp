@@ -45,20 +45,16 @@ void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folde
     logger(LogEntryType::info, "└─");
 }
 
-void fillContext(ExportContext& context, const PipelineRequest& request, const PipelineCallbacks& callbacks,
+// The one place where a run's settings reach its context.
+void fillContext(ExportContext& context, const PipelineRequest& request, const Logger& logger,
                  std::shared_ptr<XmlDocument> document) {
+    static_cast<RunSettings&>(context) = request.settings;
     context.sourceURL = request.sourceURL;
-    context.outputDirectory = *request.outputDirectory;
     context.originalFileName =
         request.originalFileName.empty() ? request.sourceURL.filename().string() : request.originalFileName;
     context.xmlDocument = std::move(document);
     context.actionType = request.actionType;
-    context.buffer = request.buffer;
-    context.minSegment = request.minSegment;
-    context.includedRoles = request.includedRoles;
-    context.debugMode = request.debugMode;
-    context.logger = callbacks.logger;
-    context.progressUpdater = callbacks.progressUpdater;
+    context.logger = logger;
 }
 
 template <class Task, class Context>
@@ -75,7 +71,8 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
 void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                 std::shared_ptr<XmlDocument> document) {
     ArchiveExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     const XmlElement project = context.xmlDocument->first("//project");
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
@@ -96,13 +93,12 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
 void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                       std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
-    context.youtubeDescription1 = request.youtubeDescription1;
-    context.youtubeDescription2 = request.youtubeDescription2;
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     context.quillt1Text = titleTexts.first;
     context.quillt2Text = titleTexts.second;
-    context.roleEffectMappings = request.roleEffectMappings;
-    runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
+    runTasks(makeTaskList(request.actionType, request.settings.exportChapterMarkers,
+                          request.settings.exportVideoDescription),
              context);
 }
 
@@ -131,18 +127,19 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
 }
 
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
-    if (!request.outputDirectory) {
+    const std::filesystem::path& outputDirectory = request.settings.outputDirectory;
+    if (outputDirectory.empty()) {
         throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
-    const FolderAccessScope access(*request.outputDirectory);
+    const FolderAccessScope access(outputDirectory);
     if (request.actionType == ExportActionType::archiving) {
-        logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
+        logAccessDiagnosis(callbacks.logger, outputDirectory, access.granted());
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
     std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
     // Every run reads the title texts, so the log shows them whichever workflow runs.
     const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
-    if (request.debugMode) {
+    if (request.settings.debugMode) {
         for (const std::string& line : titleTextDebugLines(titleTexts)) {
             callbacks.logger(LogEntryType::info, line);
         }
@@ -152,6 +149,15 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     } else {
         runPreProduction(request, callbacks, std::move(document), titleTexts);
     }
+}
+
+ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& logger) {
+    ExportContext context;
+    fillContext(context, request, logger, nullptr);
+    return withTimeErrors([&] {
+        context.xmlDocument = XmlDocument::load(context.sourceURL);
+        return planArchive(context);
+    });
 }
 
 }  // namespace tidyreel

@@ -92,7 +92,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i]);
+            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -149,7 +149,7 @@ std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outp
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source)),
+                            FFProbe::hasAudioStream(job.source, job.context.tools)),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -251,12 +251,12 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 source,
                 fileNameExtension(source.filename().string()),
                 false,
-                selectedEncoderProfile(),
+                selectedEncoderProfile(context.encoder),
                 [&, progressStep, progressSteps](double seconds) {
                     reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
                 }};
     try {
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
         std::vector<Rational> drifts = cut(job, outputs);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});

@@ -47,6 +47,8 @@ struct ExportContext {
     bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
     Logger logger;                          ///< appends a line to the processing log
     ProgressUpdater progressUpdater;        ///< reports step progress; may be empty
+    /// Set by a task that did less than was asked; the run then closes with this warning.
+    std::optional<std::string> closingWarning;
 
     virtual ~ExportContext() = default;
 

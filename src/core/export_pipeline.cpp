@@ -36,11 +36,10 @@ private:
     bool granted_;
 };
 
-void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folder, bool granted) {
+void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folder) {
     logger(LogEntryType::info, "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
     logger(LogEntryType::info, "│  Output-Ordner: " + folder.string());
-    logger(LogEntryType::info, std::string("│  startAccessingSecurityScopedResource() → ") +
-                                   (granted ? "TRUE (Scope aktiv)" : "FALSE (kein Scope / bereits aktiv)"));
+    logger(LogEntryType::info, "│  startAccessingSecurityScopedResource() → TRUE (Scope aktiv)");
     logger(LogEntryType::info, "└─");
 }
 
@@ -66,7 +65,9 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         if (!task->isEnabled) {
             continue;
         }
-        context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
+        if (context.debugMode) {
+            context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
+        }
         task->execute(context);
     }
 }
@@ -92,8 +93,10 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
     }
 }
 
-void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
-                      std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
+std::optional<std::string> runPreProduction(const PipelineRequest& request,
+                                            const PipelineCallbacks& callbacks,
+                                            std::shared_ptr<XmlDocument> document,
+                                            const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
     fillContext(context, request, callbacks, std::move(document));
     context.youtubeDescription1 = request.youtubeDescription1;
@@ -103,6 +106,7 @@ void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& c
     context.roleEffectMappings = request.roleEffectMappings;
     runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
              context);
+    return context.closingWarning;
 }
 
 }  // namespace
@@ -129,13 +133,16 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     return tasks;
 }
 
-void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
+std::optional<std::string> runExportPipeline(const PipelineRequest& request,
+                                             const PipelineCallbacks& callbacks) {
     if (!request.outputDirectory) {
         throw Error("Processing", 1, "Kein Zielordner ausgewählt");
     }
     const FolderAccessScope access(*request.outputDirectory);
-    if (request.actionType == ExportActionType::archiving) {
-        logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
+    // Only a granted security scope (macOS) has anything to report; without one the block would
+    // describe a mechanism this system does not have.
+    if (request.actionType == ExportActionType::archiving && access.granted()) {
+        logAccessDiagnosis(callbacks.logger, *request.outputDirectory);
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
     std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
@@ -148,9 +155,9 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     }
     if (request.actionType == ExportActionType::archiving) {
         runArchive(request, callbacks, std::move(document));
-    } else {
-        runPreProduction(request, callbacks, std::move(document), titleTexts);
+        return std::nullopt;
     }
+    return runPreProduction(request, callbacks, std::move(document), titleTexts);
 }
 
 }  // namespace tidyreel

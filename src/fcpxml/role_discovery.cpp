@@ -2,8 +2,8 @@
 
 #include "core/error.h"
 #include "core/uuid.h"
+#include "fcpxml/timeline_pictures.h"
 
-#include <algorithm>
 #include <array>
 
 namespace tidyreel {
@@ -23,23 +23,6 @@ bool isClipElement(std::string_view name) {
 
 std::string mainRole(const std::string& role) {
     return role.substr(0, role.find('.'));
-}
-
-// Iterative so that a hostile, deeply nested document cannot exhaust the stack.
-void countRoles(XmlElement root, bool includeTitles, std::map<std::string, int>& counts) {
-    std::vector<XmlElement> pending{root};
-    while (!pending.empty()) {
-        const XmlElement element = pending.back();
-        pending.pop_back();
-        if (const std::optional<std::string> role = videoRole(element, includeTitles)) {
-            ++counts[*role];
-        }
-        const std::size_t firstChild = pending.size();
-        for (XmlElement child : element.children()) {
-            pending.push_back(child);
-        }
-        std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(firstChild), pending.end());
-    }
 }
 
 }  // namespace
@@ -63,22 +46,14 @@ std::optional<std::string> videoRole(XmlElement element, bool includeTitles) {
     return mainRole(element.attribute("role").value_or(fallback));
 }
 
-std::map<std::string, int> countVideoRoles(XmlElement root, bool includeTitles) {
-    std::map<std::string, int> counts;
-    if (root) {
-        countRoles(root, includeTitles, counts);
-    }
-    return counts;
-}
-
 std::vector<VideoRole> discoverVideoRoles(const XmlDocument& document) {
     const XmlElement root = document.root();
     if (!root) {
         throw Error("FCPXMLRoleParser", 1, "Kein Root-Element gefunden");
     }
     std::vector<VideoRole> roles;
-    for (const auto& [name, count] : countVideoRoles(root)) {
-        roles.push_back(VideoRole{newUuid(), name, count, true});
+    for (const auto& [name, count] : countPictures(PictureFinder(document).pictures())) {
+        roles.push_back(VideoRole{newUuid(), name, count.inTimeline, true, count.elsewhere});
     }
     return roles;
 }

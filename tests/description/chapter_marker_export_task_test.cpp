@@ -144,7 +144,7 @@ TEST_F(ChapterMarkerExportTaskTest, WarnsAfterWritingAListThePlatformWillNotTake
     ASSERT_GE(lines.size(), 4u);
     EXPECT_EQ(lines[lines.size() - 4], "ℹ️   → " + (folder / "youtube_Projekt.YT1.txt").string());
     for (std::size_t i = lines.size() - 3; i < lines.size(); ++i) {
-        EXPECT_TRUE(lines[i].starts_with("⚠️ ⚠️ YouTube erkennt die Kapitel nicht: ")) << lines[i];
+        EXPECT_TRUE(lines[i].starts_with("⚠️ YouTube erkennt die Kapitel nicht: ")) << lines[i];
     }
 }
 

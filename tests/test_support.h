@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/export_context.h"
+#include "base/log_entry.h"
 
 #include <filesystem>
 #include <optional>
@@ -55,16 +55,6 @@ private:
     ScopedEnvironment config_;
     ScopedEnvironment data_;
 };
-
-/// What a finished command printed and how it ended.
-struct CommandResult {
-    int exitStatus = -1;
-    std::string standardOutput;
-    std::string standardError;
-};
-
-/// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits.
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders);
 
 /// Writes an executable shell script (a stand-in for a tool) and returns its path.
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);

@@ -1,16 +1,16 @@
 #include "core/export_pipeline.h"
 
-#include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "archive/planning/clip_trimming_export_task.h"
-#include "core/error.h"
-#include "core/language.h"
+#include "archive/tasks/archive_bundle_write_task.h"
+#include "archive/tasks/clip_trimming_export_task.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
-#include "fcpxml/fcpxml_write_task.h"
 #include "fcpxml/xml.h"
 #include "grading/role_effect_export_task.h"
+#include "pipeline/fcpxml_write_task.h"
 #include "platform/folder_bookmark.h"
 
 namespace tidyreel {

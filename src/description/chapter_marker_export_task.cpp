@@ -1,6 +1,6 @@
 #include "description/chapter_marker_export_task.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "description/chapter_list_check.h"
 #include "description/chapter_marker_reader.h"
 #include "description/description_files.h"

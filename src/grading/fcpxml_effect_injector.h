@@ -2,7 +2,7 @@
 
 #include "fcpxml/timeline_pictures.h"
 #include "fcpxml/xml.h"
-#include "grading/effect_reference.h"
+#include "pipeline/effect_reference.h"
 
 #include <functional>
 #include <map>

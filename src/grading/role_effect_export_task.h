@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/export_task.h"
-#include "grading/effect_reference.h"
+#include "pipeline/effect_reference.h"
+#include "pipeline/export_task.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "platform/file_write.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <fmt/format.h>
 #include <QSaveFile>

@@ -1,7 +1,7 @@
 #include "description/chapter_marker_export_task.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "description/description_test_support.h"
 #include "test_support.h"
 
@@ -48,6 +48,21 @@ protected:
 
     TempFolder folder;
 };
+
+// A clip that reaches back before the first frame of a timeline starting at 01:00:00:00.
+TEST_F(ChapterMarkerExportTaskTest, DropsMarkersBeforeTheTimelineStartWithAWarning) {
+    RecordingContext run(projectXml(R"(<asset-clip offset="3500s" start="0s" duration="400s">)"
+                                    R"(<chapter-marker start="0s" value="Vorspann"/>)"
+                                    R"(<chapter-marker start="100s" value="Start"/></asset-clip>)",
+                                    "", R"(duration="300s" tcStart="3600s")"),
+                         folder.path(), "Projekt.fcpxml");
+    run.context.debugMode = false;
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
+
+    EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "00:00:00 Start");
+    EXPECT_TRUE(run.log.contains(
+        "⚠️ Kapitelmarker 'Vorspann' liegt vor dem Anfang der Timeline und wird nicht exportiert"));
+}
 
 TEST_F(ChapterMarkerExportTaskTest, WritesOnlyTheChapterListWithAllItsLogLines) {
     RecordingContext run(projectWithChapters(12), folder.path(), "Projekt.fcpxml");

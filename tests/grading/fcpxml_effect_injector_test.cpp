@@ -1,7 +1,7 @@
 #include "grading/fcpxml_effect_injector.h"
 
+#include "base/error.h"
 #include "content_model_check.h"
-#include "core/error.h"
 #include "fcpxml/xml.h"
 #include "grading_support.h"
 #include "test_support.h"

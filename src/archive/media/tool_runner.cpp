@@ -1,7 +1,7 @@
 #include "archive/media/tool_runner.h"
 
 #include "archive/media/media_probe.h"
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/process_runner.h"
 #include "platform/settings_store.h"
 #include "platform/system_paths.h"

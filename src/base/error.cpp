@@ -1,0 +1,12 @@
+#include "base/error.h"
+
+namespace tidyreel {
+
+Error::Error(std::string domain, int code, const std::string& description,
+             std::map<std::string, std::string> userInfo)
+    : std::runtime_error(description),
+      domain_(std::move(domain)),
+      code_(code),
+      userInfo_(std::move(userInfo)) {}
+
+}  // namespace tidyreel

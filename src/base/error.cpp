@@ -9,4 +9,11 @@ Error::Error(std::string domain, int code, const std::string& description,
       code_(code),
       userInfo_(std::move(userInfo)) {}
 
+Error asError(const std::exception& failure) {
+    if (const auto* error = dynamic_cast<const Error*>(&failure)) {
+        return *error;
+    }
+    return Error(ProcessingError::domain, ProcessingError::unexpectedFailure, failure.what());
+}
+
 }  // namespace tidyreel

@@ -358,7 +358,7 @@ void ContentViewModel::launch(PipelineRequest request) {
         try {
             return RunOutcome{std::nullopt, runExportPipeline(request, callbacks)};
         } catch (const std::exception& error) {
-            return RunOutcome{std::string(error.what()), std::nullopt};
+            return RunOutcome{asError(error), std::nullopt};
         }
     };
     if (runMode_ == RunMode::blocking) {
@@ -377,13 +377,14 @@ void ContentViewModel::launch(PipelineRequest request) {
 
 void ContentViewModel::finishRun(ExportActionType actionType, const RunOutcome& outcome) {
     const WorkflowTexts texts = textsOf(actionType);
+    lastRunError_ = outcome.failure;
     isProcessing_ = false;
     if (actionType == ExportActionType::archiving) {
         processingProgress_.reset();
     }
     if (outcome.failure) {
         statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
-        addLog(LogEntryType::error, texts.failurePrefix + *outcome.failure);
+        addLog(LogEntryType::error, std::string(texts.failurePrefix) + outcome.failure->what());
     } else if (outcome.closingWarning) {
         statusOf(actionType) = ActionStatus::successWithNote(Clock::now(), *outcome.closingWarning);
         addLog(LogEntryType::warning, *outcome.closingWarning);

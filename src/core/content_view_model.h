@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/media/archive_report.h"
+#include "base/error.h"
 #include "base/log_entry.h"
 #include "core/export_pipeline.h"
 #include "fcpxml/role_discovery.h"
@@ -110,6 +111,9 @@ public:
     const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
     const ActionStatus& archivingStatus() const { return archivingStatus_; }
     const std::set<std::string>& includedRoles() const { return includedRoles_; }
+    /// The failure of the last finished run, whole (domain, code, description, user info); none after a
+    /// run that succeeded.
+    const std::optional<Error>& lastRunError() const { return lastRunError_; }
     /// Sizes of the last archive run, when there was one.
     const std::optional<ArchiveReport>& lastArchiveReport() const { return lastArchiveReport_; }
     bool showPermissionAlert() const { return showPermissionAlert_; }
@@ -121,7 +125,7 @@ public:
 private:
     /// How a run ended: a failure, or success with or without a closing warning.
     struct RunOutcome {
-        std::optional<std::string> failure;
+        std::optional<Error> failure;
         std::optional<std::string> closingWarning;
     };
 
@@ -165,6 +169,7 @@ private:
     ActionStatus archivingStatus_ = ActionStatus::notExecuted();
     std::set<std::string> includedRoles_;
     std::optional<ArchiveReport> lastArchiveReport_;
+    std::optional<Error> lastRunError_;
     bool showPermissionAlert_ = false;
     std::string permissionAlertMessage_;
     bool debugMode_ = true;

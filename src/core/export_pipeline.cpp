@@ -4,6 +4,7 @@
 #include "archive/tasks/archive_bundle_write_task.h"
 #include "archive/tasks/clip_trimming_export_task.h"
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
@@ -68,7 +69,7 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         if (context.debugMode) {
             context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
         }
-        task->execute(context);
+        withTimeErrors([&] { task->execute(context); });
     }
 }
 
@@ -136,7 +137,7 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
 std::optional<std::string> runExportPipeline(const PipelineRequest& request,
                                              const PipelineCallbacks& callbacks) {
     if (!request.outputDirectory) {
-        throw Error("Processing", 1, "Kein Zielordner ausgewählt");
+        throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
     const FolderAccessScope access(*request.outputDirectory);
     // Only a granted security scope (macOS) has anything to report; without one the block would

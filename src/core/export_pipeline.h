@@ -44,8 +44,9 @@ std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionTyp
 std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
 
 /// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
-/// throws the first failure unchanged (files written before it stay). Returns the warning the run
-/// closes with when it did less than was asked.
+/// throws the first failure (a task's time arithmetic failure as an `Error` of the "Time" domain);
+/// files written before it stay. Returns the warning the run closes with when it did less than was
+/// asked.
 std::optional<std::string> runExportPipeline(const PipelineRequest& request,
                                              const PipelineCallbacks& callbacks);
 

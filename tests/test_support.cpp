@@ -119,7 +119,8 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
 
 Logger LogCollector::logger() {
     return [this](LogEntryType type, const std::string& message) {
-        lines_.push_back(std::string(rawValue(type)) + " " + message);
+        lines_.push_back(std::string(rawValue(type)) + " " +
+                         displayedMessage(LogEntry{"", {}, message, type}));
     };
 }
 

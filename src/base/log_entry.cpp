@@ -75,8 +75,21 @@ std::string localClockTime(TimePoint time) {
     return formatLocalTime(time, "%H:%M:%S");
 }
 
+std::string displayedMessage(const LogEntry& entry) {
+    const std::string_view symbol = rawValue(entry.type);
+    const std::size_t text = entry.message.find_first_not_of(' ');
+    if (text == std::string::npos || entry.message.compare(text, symbol.size(), symbol) != 0) {
+        return entry.message;
+    }
+    std::string message = entry.message;
+    const std::size_t end = text + symbol.size();
+    message.erase(text, end < message.size() && message[end] == ' ' ? symbol.size() + 1 : symbol.size());
+    return message;
+}
+
 std::string copyLogLine(const LogEntry& entry) {
-    return fmt::format("{} {} {}", localClockTime(entry.timestamp), rawValue(entry.type), entry.message);
+    return fmt::format("{} {} {}", localClockTime(entry.timestamp), rawValue(entry.type),
+                       displayedMessage(entry));
 }
 
 std::string copyLogText(const std::vector<LogEntry>& entries) {

@@ -71,6 +71,9 @@ struct ActionStatus {
 
     static ActionStatus notExecuted() { return {NotExecuted{}}; }
     static ActionStatus success(TimePoint at) { return {Success{at}}; }
+    static ActionStatus successWithNote(TimePoint at, std::string note) {
+        return {SuccessWithNote{at, std::move(note)}};
+    }
     static ActionStatus error(std::string message) { return {Failure{std::move(message)}}; }
 
     bool operator==(const ActionStatus&) const = default;
@@ -88,6 +91,9 @@ std::string localClockTime(TimePoint time);
 /// A time point in local time formatted with strftime-style `format`.
 std::string formatLocalTime(TimePoint time, const char* format);
 
+/// The message as shown after the entry's symbol: a warning that begins with the warning symbol itself
+/// (and the like for the other types) does not show it twice.
+std::string displayedMessage(const LogEntry& entry);
 /// One log line in its copied form: "HH:mm:ss <symbol> <message>".
 std::string copyLogLine(const LogEntry& entry);
 /// The whole log as copied to the clipboard: one line per entry, joined by line feeds.

@@ -28,6 +28,7 @@ CliSession::CliSession(const CommonOptions& options)
     };
     observer.progressChanged = [this](const ProcessingProgress& progress) { printProgress(progress); };
     controller_.setObserver(std::move(observer));
+    controller_.setDebugMode(options.verbose);
 }
 
 bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
@@ -43,7 +44,9 @@ bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
 }
 
 int CliSession::exitStatusOf(const ActionStatus& status) {
-    return std::holds_alternative<ActionStatus::Success>(status.value) ? exitSuccess : exitWorkflowFailed;
+    const bool succeeded = std::holds_alternative<ActionStatus::Success>(status.value) ||
+                           std::holds_alternative<ActionStatus::SuccessWithNote>(status.value);
+    return succeeded ? exitSuccess : exitWorkflowFailed;
 }
 
 void CliSession::printLogLine(const LogEntry& entry) {
@@ -73,6 +76,7 @@ void CliSession::endProgressLine() {
 void addCommonOptions(CLI::App& command, CommonOptions& options) {
     command.add_option("--lang", options.language, "Language of the texts (default: the system's)")
         ->check(CLI::IsMember({"de", "en"}));
+    command.add_flag("--verbose", options.verbose, "Also print the developer's DEBUG: lines of a run");
 }
 
 void addWorkflowOptions(CLI::App& command, WorkflowOptions& options) {

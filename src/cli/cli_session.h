@@ -16,6 +16,7 @@ enum ExitStatus { exitSuccess = 0, exitWorkflowFailed = 1, exitUsage = 2 };
 /// Options every command shares.
 struct CommonOptions {
     std::string language;  ///< "de" or "en"; empty: the system's preferred languages
+    bool verbose = false;  ///< also print the runs' "DEBUG: " lines
 };
 
 /// A controller that runs in the foreground and prints every log line as it arrives.
@@ -49,7 +50,7 @@ struct WorkflowOptions {
     std::string outputDirectory;  ///< `-o`; empty: the remembered folder
 };
 
-/// Adds the `--lang` option to a command.
+/// Adds the `--lang` and `--verbose` options to a command.
 void addCommonOptions(CLI::App& command, CommonOptions& options);
 /// Adds PROJECT, `-o,--output` and the common options to a workflow command.
 void addWorkflowOptions(CLI::App& command, WorkflowOptions& options);

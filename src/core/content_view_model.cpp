@@ -59,6 +59,20 @@ std::string lowercased(std::string text) {
     return text;
 }
 
+// The timeline count is what grading changes; pictures elsewhere are named apart, so that the two
+// are never mistaken for each other.
+std::string roleCountLine(const VideoRole& role) {
+    const std::string line = fmt::format("  → {}: {} Clips", role.name, role.clipCount);
+    if (role.otherClipCount == 0) {
+        return line;
+    }
+    return line + fmt::format(fmt::runtime(localized(" in der Timeline (+ {} im Browser oder in Compound-/"
+                                                     "Multicam-Definitionen, nicht verändert)",
+                                                     " in the timeline (+ {} in the browser or in compound/"
+                                                     "multicam definitions, not changed)")),
+                              role.otherClipCount);
+}
+
 std::string joinedRoles(const std::set<std::string>& roles) {
     return roles.empty() ? "keine" : fmt::format("{}", fmt::join(roles, ", "));
 }
@@ -168,7 +182,7 @@ void ContentViewModel::discoverRoles(const std::filesystem::path& url) {
         videoRoles_ = discoverVideoRoles(*document);
         addLog(LogEntryType::info, fmt::format("Gefunden: {} Video-Rollen", videoRoles_.size()));
         for (const VideoRole& role : videoRoles_) {
-            addLog(LogEntryType::info, fmt::format("  → {}: {} Clips", role.name, role.clipCount));
+            addLog(LogEntryType::info, roleCountLine(role));
         }
         for (const VideoRole& role : videoRoles_) {
             if (const auto remembered = persistentEffectMappings_.find(role.name);
@@ -370,12 +384,11 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
 
 void ContentViewModel::launch(PipelineRequest request) {
     const ExportActionType actionType = request.actionType;
-    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<Error> {
+    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> RunOutcome {
         try {
-            runExportPipeline(request, callbacks);
-            return std::nullopt;
+            return RunOutcome{std::nullopt, runExportPipeline(request, callbacks)};
         } catch (const std::exception& error) {
-            return asError(error);
+            return RunOutcome{asError(error), std::nullopt};
         }
     };
     if (runMode_ == RunMode::blocking) {
@@ -386,32 +399,34 @@ void ContentViewModel::launch(PipelineRequest request) {
         worker_.join();
     }
     worker_ = std::jthread([this, actionType, run = std::move(run)] {
-        const std::optional<Error> failure = run();
+        const RunOutcome outcome = run();
         QMetaObject::invokeMethod(
-            this, [this, actionType, failure] { finishRun(actionType, failure); }, Qt::QueuedConnection);
+            this, [this, actionType, outcome] { finishRun(actionType, outcome); }, Qt::QueuedConnection);
     });
 }
 
-void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<Error>& failure) {
+void ContentViewModel::finishRun(ExportActionType actionType, const RunOutcome& outcome) {
     const WorkflowTexts texts = textsOf(actionType);
-    lastRunError_ = failure;
-    if (failure) {
+    lastRunError_ = outcome.failure;
+    isProcessing_ = false;
+    if (actionType == ExportActionType::archiving) {
+        processingProgress_.reset();
+    }
+    if (outcome.failure) {
         statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
-        isProcessing_ = false;
-        if (actionType == ExportActionType::archiving) {
-            processingProgress_.reset();
-        }
-        addLog(LogEntryType::error, std::string(texts.failurePrefix) + failure->what());
+        addLog(LogEntryType::error, std::string(texts.failurePrefix) + outcome.failure->what());
+    } else if (outcome.closingWarning) {
+        statusOf(actionType) = ActionStatus::successWithNote(Clock::now(), *outcome.closingWarning);
+        addLog(LogEntryType::warning, *outcome.closingWarning);
     } else {
         statusOf(actionType) = ActionStatus::success(Clock::now());
-        isProcessing_ = false;
-        if (actionType == ExportActionType::archiving) {
-            processingProgress_.reset();
+        if (actionType != ExportActionType::archiving) {
+            addLog(LogEntryType::success, texts.successLine);
+        } else if (runMode_ == RunMode::background) {
+            // Notifications belong to the desktop window; the command line reports on its own.
             NotificationManager::shared().sendNotification(
                 localized("Archivierung abgeschlossen", "Archiving Complete"),
                 archiveNotificationBody(lastArchiveReport_), true);
-        } else {
-            addLog(LogEntryType::success, texts.successLine);
         }
     }
     notifyChanged();

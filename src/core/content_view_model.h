@@ -92,6 +92,8 @@ public:
     void setIncludedRoles(std::set<std::string> roles);
     void setSelectedWorkflow(WorkflowTab tab);
     void setShowPermissionAlert(bool shown);
+    /// Whether runs write their "DEBUG: " lines (the window always does; the command line on request).
+    void setDebugMode(bool on) { debugMode_ = on; }
 
     WorkflowTab selectedWorkflow() const { return selectedWorkflow_; }
     const std::optional<std::filesystem::path>& selectedFileURL() const { return selectedFileURL_; }
@@ -127,6 +129,12 @@ public:
     const RoleEffectMappings& persistentEffectMappings() const { return persistentEffectMappings_; }
 
 private:
+    /// How a run ended: a failure, or success with or without a closing warning.
+    struct RunOutcome {
+        std::optional<Error> failure;
+        std::optional<std::string> closingWarning;
+    };
+
     void loadSettings();
     void loadPersistentMappings();
     void restoreBookmark();
@@ -136,7 +144,7 @@ private:
     PipelineRequest makeRequest(ExportActionType actionType) const;
     PipelineCallbacks makeCallbacks();
     void launch(PipelineRequest request);
-    void finishRun(ExportActionType actionType, const std::optional<Error>& failure);
+    void finishRun(ExportActionType actionType, const RunOutcome& outcome);
     ActionStatus& statusOf(ExportActionType actionType);
     void notifyChanged() const;
 

@@ -37,11 +37,10 @@ private:
     bool granted_;
 };
 
-void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folder, bool granted) {
+void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folder) {
     logger(LogEntryType::info, "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
     logger(LogEntryType::info, "│  Output-Ordner: " + folder.string());
-    logger(LogEntryType::info, std::string("│  startAccessingSecurityScopedResource() → ") +
-                                   (granted ? "TRUE (Scope aktiv)" : "FALSE (kein Scope / bereits aktiv)"));
+    logger(LogEntryType::info, "│  startAccessingSecurityScopedResource() → TRUE (Scope aktiv)");
     logger(LogEntryType::info, "└─");
 }
 
@@ -63,7 +62,9 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         if (!task->isEnabled) {
             continue;
         }
-        context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
+        if (context.debugMode) {
+            context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
+        }
         withTimeErrors([&] { task->execute(context); });
     }
 }
@@ -90,8 +91,10 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
     }
 }
 
-void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
-                      std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
+std::optional<std::string> runPreProduction(const PipelineRequest& request,
+                                            const PipelineCallbacks& callbacks,
+                                            std::shared_ptr<XmlDocument> document,
+                                            const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
     fillContext(context, request, callbacks.logger, std::move(document));
     context.progressUpdater = callbacks.progressUpdater;
@@ -100,6 +103,7 @@ void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& c
     runTasks(makeTaskList(request.actionType, request.settings.exportChapterMarkers,
                           request.settings.exportVideoDescription),
              context);
+    return context.closingWarning;
 }
 
 }  // namespace
@@ -126,14 +130,17 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     return tasks;
 }
 
-void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
+std::optional<std::string> runExportPipeline(const PipelineRequest& request,
+                                             const PipelineCallbacks& callbacks) {
     const std::filesystem::path& outputDirectory = request.settings.outputDirectory;
     if (outputDirectory.empty()) {
         throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
     const FolderAccessScope access(outputDirectory);
-    if (request.actionType == ExportActionType::archiving) {
-        logAccessDiagnosis(callbacks.logger, outputDirectory, access.granted());
+    // Only a granted security scope (macOS) has anything to report; without one the block would
+    // describe a mechanism this system does not have.
+    if (request.actionType == ExportActionType::archiving && access.granted()) {
+        logAccessDiagnosis(callbacks.logger, outputDirectory);
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
     std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
@@ -146,9 +153,9 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     }
     if (request.actionType == ExportActionType::archiving) {
         runArchive(request, callbacks, std::move(document));
-    } else {
-        runPreProduction(request, callbacks, std::move(document), titleTexts);
+        return std::nullopt;
     }
+    return runPreProduction(request, callbacks, std::move(document), titleTexts);
 }
 
 ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& logger) {

@@ -36,8 +36,10 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
 
 /// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
 /// throws the first failure (a task's time arithmetic failure as an `Error` of the "Time" domain);
-/// files written before it stay.
-void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks);
+/// files written before it stay. Returns the warning the run closes with when it did less than was
+/// asked.
+std::optional<std::string> runExportPipeline(const PipelineRequest& request,
+                                             const PipelineCallbacks& callbacks);
 
 /// The archive run's analysis and planning only, over a freshly parsed copy of the source document,
 /// logged through `logger`; nothing is written. Throws the first failure as `runExportPipeline` does.

@@ -1,5 +1,6 @@
 #include "description/chapter_marker_export_task.h"
 
+#include "base/language.h"
 #include "description/chapter_list_check.h"
 #include "description/chapter_marker_reader.h"
 #include "description/description_files.h"
@@ -86,6 +87,25 @@ void warnAboutChapterList(const ExportContext& context, const std::vector<Chapte
     }
 }
 
+// A marker on a clip that reaches back before the timeline's first frame has no time a chapter list
+// can show; it is left out, and the editor learns which one.
+std::vector<ChapterMarker> markersFromTimelineStart(const ExportContext& context,
+                                                    std::vector<ChapterMarker> markers) {
+    std::erase_if(markers, [&](const ChapterMarker& marker) {
+        if (!(marker.offset < Fraction::zero())) {
+            return false;
+        }
+        context.log(
+            LogEntryType::warning,
+            fmt::format(fmt::runtime(localized(
+                            "Kapitelmarker '{}' liegt vor dem Anfang der Timeline und wird nicht exportiert",
+                            "Chapter marker '{}' lies before the start of the timeline and is not exported")),
+                        marker.name));
+        return true;
+    });
+    return markers;
+}
+
 }  // namespace
 
 void ChapterMarkerExportTask::execute(ExportContext& context) const {
@@ -95,7 +115,8 @@ void ChapterMarkerExportTask::execute(ExportContext& context) const {
                                             ? "DEBUG: Modus = Kapitel + Videobeschreibungen kombiniert"
                                             : "DEBUG: Modus = Nur Kapitel (ohne Videobeschreibungen)");
     }
-    const std::vector<ChapterMarker> markers = readChapterMarkers(*context.xmlDocument);
+    const std::vector<ChapterMarker> markers =
+        markersFromTimelineStart(context, readChapterMarkers(*context.xmlDocument));
     if (context.debugMode) {
         logFoundMarkers(context, markers);
     }

@@ -42,12 +42,17 @@ Fraction fractionOrZero(XmlElement element, const char* name) {
     return fractionAttribute(element, name).value_or(Fraction::zero());
 }
 
-// Whether a marker at `start` lies in the used range of the clip carrying it; without a usable
-// range the clip cannot be checked and the marker counts as inside.
+// Whether a marker at `start` lies in the used range of the clip carrying it. A clip without `start`
+// starts at 0, as Final Cut Pro reads it; without a usable duration the clip cannot be checked and
+// the marker counts as inside.
 bool liesInUsedRange(XmlElement clip, Fraction start) {
-    const std::optional<Fraction> clipStart = fractionAttribute(clip, "start");
     const std::optional<Fraction> duration = fractionAttribute(clip, "duration");
-    if (!clipStart || !duration) {
+    if (!duration) {
+        return true;
+    }
+    const std::optional<Fraction> clipStart =
+        clip.hasAttribute("start") ? fractionAttribute(clip, "start") : Fraction::zero();
+    if (!clipStart) {
         return true;
     }
     return *clipStart <= start && start < *clipStart + *duration;
@@ -98,6 +103,23 @@ Error unrepresentablePosition(const std::string& name, const std::exception& rea
                              reason.what()));
 }
 
+// A chapter list has one chapter per line, so a line break inside a name would start a fake chapter.
+std::string singleLine(std::string name) {
+    std::string line;
+    line.reserve(name.size());
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name[i] == '\r' || name[i] == '\n') {
+            if (name[i] == '\r' && i + 1 < name.size() && name[i + 1] == '\n') {
+                ++i;
+            }
+            line += ' ';
+        } else {
+            line += name[i];
+        }
+    }
+    return line;
+}
+
 }  // namespace
 
 std::vector<ChapterMarker> readChapterMarkers(const XmlDocument& document) {
@@ -109,7 +131,7 @@ std::vector<ChapterMarker> readChapterMarkers(const XmlDocument& document) {
         }
         try {
             if (const std::optional<Fraction> position = markerPosition(marker)) {
-                markers.push_back(ChapterMarker{std::move(*name), *position});
+                markers.push_back(ChapterMarker{singleLine(std::move(*name)), *position});
             }
         } catch (const std::overflow_error& error) {
             throw unrepresentablePosition(*name, error);

@@ -12,7 +12,7 @@ class XmlDocument;
 
 /// One chapter marker and where it lies on the timeline it was placed in.
 struct ChapterMarker {
-    std::string name;  ///< the marker's `value`, exactly as written (not trimmed)
+    std::string name;  ///< the marker's `value` as written (not trimmed), line breaks made spaces
     Fraction offset;   ///< seconds from the first frame of its timeline, exact and reduced
 
     bool operator==(const ChapterMarker&) const = default;

@@ -3,8 +3,8 @@
 #include "base/error.h"
 #include "base/error_codes.h"
 #include "base/uuid.h"
+#include "fcpxml/timeline_pictures.h"
 
-#include <algorithm>
 #include <array>
 
 namespace tidyreel {
@@ -24,23 +24,6 @@ bool isClipElement(std::string_view name) {
 
 std::string mainRole(const std::string& role) {
     return role.substr(0, role.find('.'));
-}
-
-// Iterative so that a hostile, deeply nested document cannot exhaust the stack.
-void countRoles(XmlElement root, bool includeTitles, std::map<std::string, int>& counts) {
-    std::vector<XmlElement> pending{root};
-    while (!pending.empty()) {
-        const XmlElement element = pending.back();
-        pending.pop_back();
-        if (const std::optional<std::string> role = videoRole(element, includeTitles)) {
-            ++counts[*role];
-        }
-        const std::size_t firstChild = pending.size();
-        for (XmlElement child : element.children()) {
-            pending.push_back(child);
-        }
-        std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(firstChild), pending.end());
-    }
 }
 
 }  // namespace
@@ -64,22 +47,14 @@ std::optional<std::string> videoRole(XmlElement element, bool includeTitles) {
     return mainRole(element.attribute("role").value_or(fallback));
 }
 
-std::map<std::string, int> countVideoRoles(XmlElement root, bool includeTitles) {
-    std::map<std::string, int> counts;
-    if (root) {
-        countRoles(root, includeTitles, counts);
-    }
-    return counts;
-}
-
 std::vector<VideoRole> discoverVideoRoles(const XmlDocument& document) {
     const XmlElement root = document.root();
     if (!root) {
         throw Error(RoleParserError::domain, RoleParserError::noRootElement, "Kein Root-Element gefunden");
     }
     std::vector<VideoRole> roles;
-    for (const auto& [name, count] : countVideoRoles(root)) {
-        roles.push_back(VideoRole{newUuid(), name, count, true});
+    for (const auto& [name, count] : countPictures(PictureFinder(document).pictures())) {
+        roles.push_back(VideoRole{newUuid(), name, count.inTimeline, true, count.elsewhere});
     }
     return roles;
 }

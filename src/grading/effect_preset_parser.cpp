@@ -229,4 +229,9 @@ EffectReference EffectPresetParser::parse(const std::filesystem::path& file) {
     throw ParseError::unsupportedFormat(extension);
 }
 
+bool EffectPresetParser::liesInMotionEffectsFolder(const EffectReference& reference) {
+    return reference.sourceType != SourceType::motionTemplate || !reference.src ||
+           MediaPath::path(*reference.src).find(kEffectsFolder) != std::string::npos;
+}
+
 }  // namespace tidyreel

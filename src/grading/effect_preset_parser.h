@@ -40,6 +40,10 @@ namespace EffectPresetParser {
 /// preset cannot be read. Reads presets in pieces, so that files of any size need little memory.
 EffectReference parse(const std::filesystem::path& file);
 
+/// Whether a Motion template lies in a Motion effects folder ("Effects.localized/"), the only place
+/// its `uid` can point to; elsewhere the `uid` names a place where Final Cut Pro will not find it.
+bool liesInMotionEffectsFolder(const EffectReference& reference);
+
 }  // namespace EffectPresetParser
 
 }  // namespace tidyreel

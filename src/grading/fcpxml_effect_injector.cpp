@@ -2,7 +2,6 @@
 
 #include "base/error.h"
 #include "base/error_codes.h"
-#include "fcpxml/role_discovery.h"
 
 #include <fmt/format.h>
 
@@ -10,6 +9,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string_view>
 
 namespace tidyreel {
 namespace {
@@ -75,46 +75,48 @@ void addEffectResource(XmlElement resources, const std::string& id, const Effect
     }
 }
 
-// The main spine of every sequence outside the resources: compound and multicam content lives in the
-// resources and is reached only through the clips that use it.
-void collectSpines(XmlElement element, std::vector<XmlElement>& spines) {
-    for (XmlElement child : element.children()) {
-        if (child.name() == "resources") {
-            continue;
-        }
-        if (child.name() == "sequence") {
-            for (XmlElement spine : child.children()) {
-                if (spine.name() == "spine") {
-                    spines.push_back(spine);
-                }
-            }
-            continue;
-        }
-        collectSpines(child, spines);
-    }
-}
-
-// Final Cut Pro expects a clip's video filters after its other filters and before its audio filters
-// and metadata.
-void insertFilter(XmlElement clip, const std::string& id, const std::string& effectName) {
+// A clip's video filters come after everything else it holds except its audio filters, its metadata
+// and (on a `video`) the reserved data: that is where the document type allows them.
+void insertFilter(XmlElement host, const std::string& id, const std::string& effectName) {
     XmlElement before;
-    for (XmlElement child : clip.children()) {
-        if (child.name() == "filter-audio" || child.name() == "metadata") {
+    for (XmlElement child : host.children()) {
+        const std::string_view name = child.name();
+        if (name == "filter-audio" || name == "metadata" || name == "reserved") {
             before = child;
             break;
         }
     }
     XmlElement filter =
-        before ? clip.insertChildBefore("filter-video", before) : clip.appendChild("filter-video");
+        before ? host.insertChildBefore("filter-video", before) : host.appendChild("filter-video");
     filter.setAttribute("ref", id);
     filter.setAttribute("name", effectName);
 }
 
-// A compound or multicam clip's own content lives in the resources; only what is connected to it
-// (children with a lane) belongs to this timeline.
-bool walksChild(XmlElement clip, XmlElement child) {
-    const std::string_view name = clip.name();
-    return (name != "ref-clip" && name != "mc-clip") || child.hasAttribute("lane");
+// A multicam clip takes video filters only inside the source of its picture. Without one, the source
+// of the active angle is made to supply the picture too, or a new one is added after the clip's own
+// sources, where the document type wants them.
+XmlElement multicamFilterHost(const PictureFinder& finder, XmlElement mcClip) {
+    if (const XmlElement source = PictureFinder::videoSource(mcClip)) {
+        return source;
+    }
+    const std::string angleID = finder.activeVideoAngle(mcClip);
+    XmlElement before;
+    for (XmlElement child : mcClip.children()) {
+        const std::string_view name = child.name();
+        if (name == "mc-source" && child.attribute("angleID") == angleID) {
+            child.setAttribute("srcEnable", child.attribute("srcEnable") == "audio" ? "all" : "video");
+            return child;
+        }
+        if (!before && name != "note" && name != "conform-rate" && name != "timeMap" &&
+            name != "adjust-volume" && name != "adjust-panner" && name != "mc-source") {
+            before = child;
+        }
+    }
+    XmlElement source =
+        before ? mcClip.insertChildBefore("mc-source", before) : mcClip.appendChild("mc-source");
+    source.setAttribute("angleID", angleID);
+    source.setAttribute("srcEnable", "video");
+    return source;
 }
 
 std::string attributeOr(XmlElement element, const char* name, const char* fallback) {
@@ -139,20 +141,19 @@ InjectionStats FCPXMLEffectInjector::inject() {
     }
     InjectionStats stats;
     const std::map<std::string, std::string> effectIds = ensureEffectResources(resources, stats);
-    const std::vector<XmlElement> spines = timelineSpines();
+    const PictureFinder finder(*document_);
+    const std::vector<Picture> pictures = timelinePictures(finder);
     for (const auto& [role, reference] : mapping_) {
         const auto id = effectIds.find(reference.uid);
-        if (id == effectIds.end()) {
-            continue;
-        }
         int modified = 0;
-        for (XmlElement spine : spines) {
-            modified += injectIntoClips(spine, role, id->second, reference.name);
+        for (const Picture& picture : pictures) {
+            if (id != effectIds.end() && picture.role == role) {
+                injectInto(finder, picture, id->second, reference.name);
+                ++modified;
+            }
         }
         stats.clipsModified += modified;
-        if (modified > 0) {
-            stats.rolesProcessed.push_back(role);
-        }
+        (modified > 0 ? stats.rolesProcessed : stats.rolesUnchanged).push_back(role);
     }
     return stats;
 }
@@ -178,37 +179,21 @@ std::map<std::string, std::string> FCPXMLEffectInjector::ensureEffectResources(X
     return effectIds;
 }
 
-std::vector<XmlElement> FCPXMLEffectInjector::timelineSpines() const {
-    std::vector<XmlElement> spines;
-    collectSpines(document_->root(), spines);
-    diagnose(fmt::format("🌲 Found {} timeline spine(s) as injection entry point(s)", spines.size()));
-    return spines;
+std::vector<Picture> FCPXMLEffectInjector::timelinePictures(const PictureFinder& finder) const {
+    std::vector<Picture> pictures = finder.pictures();
+    std::erase_if(pictures, [](const Picture& picture) { return !picture.inTimeline; });
+    diagnose(fmt::format("🌲 Found {} timeline picture(s) to grade", pictures.size()));
+    return pictures;
 }
 
-int FCPXMLEffectInjector::injectIntoClips(XmlElement element, const std::string& role, const std::string& id,
-                                          const std::string& effectName) const {
-    const std::optional<std::string> videoRoleValue = element.attribute("videoRole");
-    const std::optional<std::string> roleValue = element.attribute("role");
-    const std::optional<std::string> resolved = videoRole(element, false);
-    if (videoRoleValue || roleValue) {
-        diagnose(fmt::format("🔍 SCAN forRole={} | type={} name='{}' videoRole={} role={} → resolved={}", role,
-                             element.name(), attributeOr(element, "name", "?"), videoRoleValue.value_or("-"),
-                             roleValue.value_or("-"), resolved.value_or("nil")));
-    }
-    int count = 0;
-    if (resolved == role) {
-        diagnose(fmt::format("💉 INJECT role={} | type={} name='{}' offset={} lane={} → refID={}", role,
-                             element.name(), attributeOr(element, "name", "?"),
-                             attributeOr(element, "offset", "-"), attributeOr(element, "lane", "0"), id));
-        insertFilter(element, id, effectName);
-        count = 1;
-    }
-    for (XmlElement child : element.children()) {
-        if (walksChild(element, child)) {
-            count += injectIntoClips(child, role, id, effectName);
-        }
-    }
-    return count;
+void FCPXMLEffectInjector::injectInto(const PictureFinder& finder, const Picture& picture,
+                                      const std::string& id, const std::string& effectName) const {
+    const XmlElement clip = picture.clip;
+    diagnose(fmt::format("💉 INJECT role={} | type={} name='{}' offset={} lane={} → refID={}", picture.role,
+                         clip.name(), attributeOr(clip, "name", "?"), attributeOr(clip, "offset", "-"),
+                         attributeOr(clip, "lane", "0"), id));
+    const XmlElement host = clip.name() == "mc-clip" ? multicamFilterHost(finder, clip) : clip;
+    insertFilter(host, id, effectName);
 }
 
 void FCPXMLEffectInjector::diagnose(const std::string& line) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "fcpxml/timeline_pictures.h"
 #include "fcpxml/xml.h"
 #include "pipeline/effect_reference.h"
 
@@ -16,14 +17,16 @@ struct InjectionStats {
     int effectsAdded = 0;   ///< `effect` resources newly created
     int clipsModified = 0;  ///< `filter-video` elements inserted, over all roles and timelines
     std::vector<std::string> rolesProcessed;  ///< roles, in processing order, that received a filter
+    std::vector<std::string> rolesUnchanged;  ///< assigned roles without a picture in any timeline
 };
 
 /// Receives the injector's developer diagnostics, one line at a time.
 using InjectionDiagnostics = std::function<void(const std::string&)>;
 
-/// Writes the assigned effects into a project: one `effect` resource per effect, and a `filter-video`
-/// on every timeline clip whose main video role has an effect. Roles are processed in name order, so
-/// that the ids of new resources do not depend on anything but the document and the assignments.
+/// Writes the assigned effects into a project: one `effect` resource per effect, and one `filter-video`
+/// for every picture of an assigned role that a project's timeline shows (on the clip that shows it; a
+/// multicam clip's inside the source of its picture). Roles are processed in name order, so that the
+/// ids of new resources do not depend on anything but the document and the assignments.
 class FCPXMLEffectInjector {
 public:
     /// An injector for `document` (changed in place) and the role → effect `mapping`; `diagnostics`
@@ -37,9 +40,9 @@ public:
 
 private:
     std::map<std::string, std::string> ensureEffectResources(XmlElement resources, InjectionStats& stats);
-    std::vector<XmlElement> timelineSpines() const;
-    int injectIntoClips(XmlElement element, const std::string& role, const std::string& id,
-                        const std::string& effectName) const;
+    std::vector<Picture> timelinePictures(const PictureFinder& finder) const;
+    void injectInto(const PictureFinder& finder, const Picture& picture, const std::string& id,
+                    const std::string& effectName) const;
     void diagnose(const std::string& line) const;
 
     std::shared_ptr<XmlDocument> document_;

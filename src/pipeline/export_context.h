@@ -33,6 +33,8 @@ struct ExportContext : RunSettings {
     std::string quillt2Text;          ///< text of the second description title clip
     Logger logger;                    ///< appends a line to the processing log
     ProgressUpdater progressUpdater;  ///< reports step progress; may be empty
+    /// Set by a task that did less than was asked; the run then closes with this warning.
+    std::optional<std::string> closingWarning;
 
     virtual ~ExportContext() = default;
 

@@ -98,6 +98,11 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     EXPECT_THAT(messages,
                 Contains("ℹ️        → ProRes 4444 (AVFoundation) erkannt → Stream-Copy-Trim"));
     EXPECT_THAT(splitLines(result.standardOutput).back(), ::testing::StartsWith("Original "));
+    // Notifications are the window's; macOS-only diagnostics and DEBUG lines stay out of this log.
+    EXPECT_EQ(result.standardError.find("notification"), std::string::npos) << result.standardError;
+    for (const char* macOnly : {"SecurityScoped", "Sandbox", "NSError", "DEBUG:"}) {
+        EXPECT_EQ(result.standardOutput.find(macOnly), std::string::npos) << macOnly;
+    }
 
     // Every source is untouched; every reference points into the bundle.
     for (const auto& source : sources) {

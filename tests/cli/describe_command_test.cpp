@@ -66,7 +66,7 @@ TEST_F(DescribeCommand, WritesTitlesChaptersAndDescriptionsRemembersTheChoicesAn
 
     // Given switches replace both remembered ones.
     removeWrittenFiles();
-    const CommandResult descriptionsOnly = describe({"--descriptions"});
+    const CommandResult descriptionsOnly = describe({"--descriptions", "--verbose"});
     ASSERT_EQ(descriptionsOnly.exitStatus, 0) << descriptionsOnly.standardOutput;
     EXPECT_EQ(readTextFile(firstFile),
               "Bergtour im Herbst \n2024\n\nMehr Touren auf example.org\n\n#wandern");
@@ -75,6 +75,8 @@ TEST_F(DescribeCommand, WritesTitlesChaptersAndDescriptionsRemembersTheChoicesAn
                 Contains("ℹ️ DEBUG: Starte Task: Videobeschreibung"));
     EXPECT_THAT(logMessages(descriptionsOnly.standardOutput),
                 Not(Contains("ℹ️ DEBUG: Starte Task: Kapitelmarker")));
+    // Without --verbose the developer's lines stay out.
+    EXPECT_EQ(again.standardOutput.find("DEBUG:"), std::string::npos);
 }
 
 TEST_F(DescribeCommand, AcceptsABundleNamedWithATrailingSlash) {

@@ -1,5 +1,6 @@
 // Runs of the real `tidyreel grade` and `tidyreel effects` on fixture projects.
 #include "cli/cli_support.h"
+#include "content_model_check.h"
 #include "fcpxml/role_discovery.h"
 #include "fcpxml/xml.h"
 #include "grading/grading_support.h"
@@ -75,7 +76,7 @@ TEST_F(GradeCommandTest, GivesEveryClipOfTwoRolesItsEffect) {
     const std::vector<std::string> messages = logMessages(result.standardOutput);
     EXPECT_THAT(messages, Contains("✅ Effekt zugewiesen: GoPro → Warm"));
     EXPECT_THAT(messages, Contains("✅ Effekt zugewiesen: Interview → Soft"));
-    EXPECT_THAT(messages, Contains("✅ ✓ 2 Effekt(e) hinzugefügt, 11 Clip(s) modifiziert"));
+    EXPECT_THAT(messages, Contains("✅ ✓ 2 Effekt(e) hinzugefügt, 10 Clip(s) modifiziert"));
     EXPECT_EQ(messages.back(), "✅ Color-Grading erfolgreich abgeschlossen");
 
     const auto written = onlyWrittenProject();
@@ -86,10 +87,31 @@ TEST_F(GradeCommandTest, GivesEveryClipOfTwoRolesItsEffect) {
     EXPECT_EQ(warm.attribute("src").value_or("").rfind("file://", 0), 0u);
     EXPECT_EQ(written->first("/fcpxml/resources/effect[@id='r9']").attribute("uid"), test::kFxPlugUid);
     EXPECT_EQ(written->xpath("//filter-video[@ref='r8'][@name='Warm']").size(), 5u);
-    EXPECT_EQ(written->xpath("//filter-video[@ref='r9'][@name='Soft']").size(), 6u);
+    EXPECT_EQ(written->xpath("//filter-video[@ref='r9'][@name='Soft']").size(), 5u);
+    EXPECT_EQ(written->xpath("//mc-clip/mc-source/filter-video[@ref='r9']").size(), 1u);
+    EXPECT_EQ(written->xpath("//sync-clip/asset-clip/filter-video").size(), 0u) << "graded on the sync clip";
+    EXPECT_EQ(test::contentModelViolations(*written), std::vector<std::string>{});
 
     EXPECT_EQ(test::readTextFile(project_), original);
     EXPECT_EQ(rolesOf(filesIn(output_.path()).front()), rolesOf(project_));
+}
+
+// The role list counts what grading changes; an assigned role that changes nothing is no success.
+TEST_F(GradeCommandTest, WarnsWhenAnAssignedRoleHasNoPictureInTheTimeline) {
+    std::filesystem::copy_file(test::fixture("roles_mixed.fcpxml"), project_,
+                               std::filesystem::copy_options::overwrite_existing);
+
+    const test::CommandResult result = grade({"--effect", "video=" + warm_.string()});
+
+    ASSERT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
+    const std::vector<std::string> messages = logMessages(result.standardOutput);
+    EXPECT_THAT(messages, Contains("ℹ️   → Interview: 3 Clips in der Timeline (+ 2 im Browser oder in "
+                                   "Compound-/Multicam-Definitionen, nicht verändert)"));
+    EXPECT_THAT(messages, Contains("ℹ️   → B-Roll: 2 Clips"));
+    EXPECT_THAT(messages,
+                Contains("⚠️ Rolle video: kein Bild in der Timeline – der Effekt Warm ändert nichts"));
+    EXPECT_EQ(messages.back(), "⚠️ Color-Grading abgeschlossen, aber 1 von 1 Rolle(n) ohne Wirkung");
+    EXPECT_EQ(onlyWrittenProject()->xpath("//filter-video").size(), 0u);
 }
 
 TEST_F(GradeCommandTest, RemembersAssignmentsForTheNextRunUntilTheyAreCleared) {

@@ -312,9 +312,12 @@ TEST_F(ControllerRuns, ArchivingWithNoRolesNamesNone) {
     const auto started = std::find(lines.begin(), lines.end(), "Trim & Archivierung gestartet");
     ASSERT_NE(started, lines.end());
     EXPECT_EQ(*(started + 1), "Eingeschlossene Rollen: keine");
-    EXPECT_EQ(*(started + 2), "┌─ DIAGNOSE: Security-Scoped-Resource-Zugriff");
-    EXPECT_EQ(*(started + 4),
-              "│  startAccessingSecurityScopedResource() → FALSE (kein Scope / bereits aktiv)");
+    // Without a security scope to report (Linux) the macOS diagnosis stays out of the log.
+    EXPECT_EQ(*(started + 2), "Lese FCPXML...");
+    EXPECT_EQ(std::count_if(
+                  lines.begin(), lines.end(),
+                  [](const std::string& line) { return line.find("SecurityScoped") != std::string::npos; }),
+              0);
     for (const std::filesystem::path& left : test::filesIn(folder.path())) {
         EXPECT_FALSE(left.filename().string().starts_with(".permission_test_")) << left;
     }

@@ -49,6 +49,21 @@ protected:
     TempFolder folder;
 };
 
+// A clip that reaches back before the first frame of a timeline starting at 01:00:00:00.
+TEST_F(ChapterMarkerExportTaskTest, DropsMarkersBeforeTheTimelineStartWithAWarning) {
+    RecordingContext run(projectXml(R"(<asset-clip offset="3500s" start="0s" duration="400s">)"
+                                    R"(<chapter-marker start="0s" value="Vorspann"/>)"
+                                    R"(<chapter-marker start="100s" value="Start"/></asset-clip>)",
+                                    "", R"(duration="300s" tcStart="3600s")"),
+                         folder.path(), "Projekt.fcpxml");
+    run.context.debugMode = false;
+    ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
+
+    EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "00:00:00 Start");
+    EXPECT_TRUE(run.log.contains(
+        "⚠️ Kapitelmarker 'Vorspann' liegt vor dem Anfang der Timeline und wird nicht exportiert"));
+}
+
 TEST_F(ChapterMarkerExportTaskTest, WritesOnlyTheChapterListWithAllItsLogLines) {
     RecordingContext run(projectWithChapters(12), folder.path(), "Projekt.fcpxml");
     setDescriptionInputs(run.context);
@@ -144,7 +159,7 @@ TEST_F(ChapterMarkerExportTaskTest, WarnsAfterWritingAListThePlatformWillNotTake
     ASSERT_GE(lines.size(), 4u);
     EXPECT_EQ(lines[lines.size() - 4], "ℹ️   → " + (folder / "youtube_Projekt.YT1.txt").string());
     for (std::size_t i = lines.size() - 3; i < lines.size(); ++i) {
-        EXPECT_TRUE(lines[i].starts_with("⚠️ ⚠️ YouTube erkennt die Kapitel nicht: ")) << lines[i];
+        EXPECT_TRUE(lines[i].starts_with("⚠️ YouTube erkennt die Kapitel nicht: ")) << lines[i];
     }
 }
 

@@ -58,6 +58,22 @@ TEST(ChapterMarkerPosition, KeepsOnlyMarkersInTheUsedRangeOfTheirClip) {
     EXPECT_TRUE(markersInSpine("<gap offset=\"0s\" duration=\"5s\"/>").empty());
 }
 
+// Without `start` a clip starts at 0 of its source, and its range is checked all the same.
+TEST(ChapterMarkerPosition, ChecksTheRangeOfAClipWithTheImplicitStart) {
+    const auto markers = markersInSpine(R"(<asset-clip offset="10s" duration="60s">
+                                             <chapter-marker start="30s" value="Inside"/>
+                                             <chapter-marker start="60s" value="At the end"/>
+                                             <chapter-marker start="5000000000000s" value="Far beyond"/>
+                                           </asset-clip>)");
+    EXPECT_EQ(markers, (Markers{{"Inside", Fraction(40)}}));
+}
+
+TEST(ChapterMarkerSelection, TurnsLineBreaksInANameIntoSpaces) {
+    EXPECT_EQ(markersInSpine(R"(<chapter-marker start="1s" value="Intro&#10;00:05:00 Fake"/>)"
+                             R"(<chapter-marker start="2s" value="A&#13;&#10;B&#13;C"/>)"),
+              (Markers{{"Intro 00:05:00 Fake", Fraction(1)}, {"A B C", Fraction(2)}}));
+}
+
 TEST(ChapterMarkerPosition, TakesAMarkersOwnOffsetAsWritten) {
     const auto markers = markersInSpine(R"(<asset-clip offset="100s" start="3600s" duration="5s">
                                              <chapter-marker offset="12s" start="9999s" value="Own"/>

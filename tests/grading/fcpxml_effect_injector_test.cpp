@@ -1,6 +1,7 @@
 #include "grading/fcpxml_effect_injector.h"
 
 #include "base/error.h"
+#include "content_model_check.h"
 #include "fcpxml/xml.h"
 #include "grading_support.h"
 #include "test_support.h"
@@ -43,7 +44,8 @@ InjectionStats inject(const std::shared_ptr<XmlDocument>& document, const RoleEf
 }
 
 TEST(EffectInjectorResources, AddsNewEffectsAfterTheHighestIdAndFiltersEveryClipOfTheirRole) {
-    auto document = project(R"(<asset id="r2"/><asset id="r3"/><effect id="r4" name="Title" uid="t"/>)",
+    auto document = project(R"(<asset id="r2" hasVideo="1"/><asset id="r3" hasVideo="1"/>)"
+                            R"(<effect id="r4" name="Title" uid="t"/>)",
                             R"(<asset-clip ref="r2" name="a" videoRole="GoPro.GoPro-1"/>
                                <asset-clip ref="r2" name="b" videoRole="GoPro"/>
                                <asset-clip ref="r3" name="c" videoRole="Interview"/>
@@ -129,7 +131,7 @@ TEST(EffectInjectorResources, NumbersNewEffectsInRoleNameOrderOneResourcePerRole
 }
 
 TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
-    auto document = project("", R"(<asset-clip name="a" role="B-Roll.cam"/><clip name="b"/>
+    auto document = project("", R"(<asset-clip name="a" role="B-Roll.cam"/><clip name="b"><video/></clip>
                                    <asset-clip name="c" videoRole="b-roll"/>)");
     const InjectionStats stats =
         inject(document, {{"B-Roll", test::kWarmTemplate}, {"video", test::kSoftPreset}});
@@ -139,25 +141,60 @@ TEST(EffectInjectorRoles, UsesTheRoleAttributeAndTheVideoDefault) {
     EXPECT_EQ(stats.clipsModified, 2);
 }
 
-TEST(EffectInjectorWalk, FiltersTimelineClipsAndEntersCompoundAndMulticamOnlyThroughConnectedClips) {
+// The filters a clip carries; a multicam clip carries them in its sources.
+std::size_t filtersOf(const XmlDocument& document, XmlElement clip) {
+    return document.xpath("filter-video | mc-source/filter-video", clip).size();
+}
+
+TEST(EffectInjectorWalk, GradesEveryTimelinePictureOfTheRoleOnceAndNothingElse) {
     auto document = XmlDocument::load(test::fixture("grading/clip_walk.fcpxml"));
     const InjectionStats stats = inject(document, {{"GoPro", test::kWarmTemplate}});
     const auto clips = document->xpath("//*[starts-with(@name, 'filtered') or starts-with(@name, 'kept')]");
-    ASSERT_EQ(clips.size(), 19u);
+    ASSERT_EQ(clips.size(), 34u);
     for (const XmlElement& clip : clips) {
         const std::string name = clip.attribute("name").value_or("");
-        EXPECT_EQ(static_cast<bool>(clip.firstChild("filter-video")), name.starts_with("filtered")) << name;
+        EXPECT_EQ(filtersOf(*document, clip), name.starts_with("filtered") ? 1u : 0u) << name;
     }
-    EXPECT_EQ(stats.clipsModified, 11);
+    EXPECT_EQ(stats.clipsModified, 13);
+    EXPECT_EQ(count(*document, "//filter-video"), 13u);
+    EXPECT_TRUE(test::contentModelViolations(*document).empty());
 }
 
-TEST(EffectInjectorWalk, GradesARealSyncClipExportByItsRoles) {
+TEST(EffectInjectorWalk, PutsAMulticamFilterIntoTheSourceOfItsPicture) {
+    auto document = XmlDocument::load(test::fixture("grading/clip_walk.fcpxml"));
+    inject(document, {{"GoPro", test::kWarmTemplate}});
+    EXPECT_EQ(count(*document,
+                    "//mc-clip[@name='filtered multicam']/mc-source[@angleID='a'][@srcEnable='video']"
+                    "/filter-video"),
+              1u);
+    // Without a source of its own, the active angle (the first) gets one, after the clip's audio
+    // adjustments and before its markers.
+    const XmlElement created = document->first("//mc-clip[@name='filtered multicam without source']/*[1]");
+    EXPECT_EQ(created.name(), "mc-source");
+    EXPECT_EQ(created.attribute("angleID"), "a");
+    EXPECT_EQ(created.attribute("srcEnable"), "video");
+    EXPECT_EQ(childNames(created.parent()), (Names{"mc-source", "marker"}));
+}
+
+TEST(EffectInjectorWalk, GradesARealSyncClipExportOnTheSyncClipThatShowsThePicture) {
     auto document = XmlDocument::load(test::fixture("orchetect__DAWFileKit__SyncClip.fcpxml"));
-    inject(document, {{"Sample Role", test::kSoftPreset}});
+    const InjectionStats stats = inject(document, {{"Sample Role", test::kSoftPreset}});
+    EXPECT_EQ(stats.clipsModified, 1);
     EXPECT_EQ(count(*document, "//filter-video"), 1u);
-    EXPECT_TRUE(
-        document->first("//sync-clip/asset-clip[@name='TestVideo']/filter-video[@ref='r6']"
-                        "/following-sibling::*[1][self::metadata]"));
+    EXPECT_TRUE(document->first(
+        "//sync-clip/filter-video[@ref='r6']"
+        "[preceding-sibling::*[1][self::sync-source]][following-sibling::*[1][self::metadata]]"));
+    EXPECT_TRUE(test::contentModelViolations(*document).empty());
+}
+
+TEST(EffectInjectorWalk, ReportsAssignedRolesThatNoTimelinePictureCarries) {
+    auto document = XmlDocument::load(test::fixture("grading/clip_walk.fcpxml"));
+    const InjectionStats stats = inject(
+        document,
+        {{"GoPro", test::kWarmTemplate}, {"Interview", test::kSoftPreset}, {"Drone", test::kSoftPreset}});
+    EXPECT_EQ(stats.rolesProcessed, (Names{"GoPro", "Interview"}));
+    EXPECT_EQ(stats.rolesUnchanged, (Names{"Drone"}));
+    EXPECT_EQ(count(*document, "//mc-clip[@name='kept other angle']/mc-source/filter-video"), 1u);
 }
 
 TEST(EffectInjectorPlacement, PutsTheFilterAfterVideoFiltersAndBeforeAudioFiltersAndMetadata) {
@@ -168,11 +205,12 @@ TEST(EffectInjectorPlacement, PutsTheFilterAfterVideoFiltersAndBeforeAudioFilter
         {"metadata", {"marker", "filter-video", "metadata"}},
         {"empty", {"filter-video"}},
         {"markers", {"marker", "keyword", "filter-video"}},
-        {"again", {"filter-video", "filter-video"}}};
+        {"again", {"filter-video", "filter-video"}},
+        {"reserved", {"marker", "filter-video", "reserved"}}};
     for (const auto& [name, children] : expected) {
-        EXPECT_EQ(childNames(document->first("//asset-clip[@name='" + name + "']")), children) << name;
+        EXPECT_EQ(childNames(document->first("//*[@name='" + name + "']")), children) << name;
     }
-    EXPECT_EQ(count(*document, "//asset-clip/filter-video[@ref='r2']"), 6u);  // five added, one there already
+    EXPECT_EQ(count(*document, "//filter-video[@ref='r2']"), 7u);  // six added, one there already
     const XmlElement added = document->first("//asset-clip[@name='filters']/filter-video[2]");
     EXPECT_EQ(added.node()->prev->type, XML_COMMENT_NODE) << "the comment stays where it was";
 }

@@ -79,10 +79,33 @@ TEST(RoleEffectExportTaskRun, InjectsAndWarnsWhenAMotionTemplateIsGone) {
     setPreferredLanguages({});
     EXPECT_EQ(gone.log.lines(),
               (Lines{kInjecting,
-                     "⚠️ ⚠️ Motion-Vorlage der Rolle GoPro nicht mehr vorhanden: " + file.string() +
+                     "⚠️ Motion-Vorlage der Rolle GoPro nicht mehr vorhanden: " + file.string() +
                          " – der Effekt wird trotzdem eingetragen; Final Cut Pro sucht ihn unter "
                          "~/Effects.localized/Warm/Warm.moef",
                      kInjected}));
+}
+
+TEST(RoleEffectExportTaskRun, WarnsAboutTemplatesOutsideAnEffectsFolderAndRolesWithoutPictures) {
+    test::TempFolder desktop;
+    const auto file = test::writeMotionTemplate(desktop.path(), "StrayLook.moef");
+    const EffectReference stray{"StrayLook", "~/Effects.localized/StrayLook.moef",
+                                MediaPath::url(file.string()), SourceType::motionTemplate};
+    TaskRun run(kProject, {{"GoPro", stray}, {"Drone", test::kSoftPreset}});
+    setPreferredLanguages({"en"});
+    run.execute();
+    setPreferredLanguages({});
+    EXPECT_EQ(
+        run.log.lines(),
+        (Lines{
+            kInjecting,
+            "⚠️ Motion template of role GoPro is not in a Motion effects folder "
+            "(…/Effects.localized/): " +
+                file.string() +
+                " – Final Cut Pro will not find the effect at ~/Effects.localized/StrayLook.moef; move the "
+                "template into the effects folder and assign it again",
+            "✅ ✓ 2 Effekt(e) hinzugefügt, 2 Clip(s) modifiziert",
+            "⚠️ Role Drone: no picture in the timeline – the effect Soft changes nothing"}));
+    EXPECT_EQ(run.context.closingWarning, "Color grading finished, but 1 of 2 role(s) changed nothing");
 }
 
 }  // namespace

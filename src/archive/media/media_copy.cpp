@@ -49,10 +49,10 @@ std::optional<std::string> writeTestFailure(const std::filesystem::path& media) 
 void logDiagnosis(const ArchiveExportContext& context, std::size_t assetCount) {
     const std::filesystem::path media = archiveMediaFolder(context);
     context.log(LogEntryType::info, "┌─ DIAGNOSE: Bypass-Kopie-Phase");
-    context.log(
-        LogEntryType::info,
-        std::string("│  Pro-Target Sandbox: ") +
-            (std::getenv("APP_SANDBOX_CONTAINER_ID") ? "JA (com.apple.security.app-sandbox aktiv)" : "NEIN"));
+    // Only a sandboxed macOS build has a sandbox to report; elsewhere the line would mean nothing.
+    if (std::getenv("APP_SANDBOX_CONTAINER_ID")) {
+        context.log(LogEntryType::info, "│  Pro-Target Sandbox: JA (com.apple.security.app-sandbox aktiv)");
+    }
     context.log(LogEntryType::info, "│  Ziel-Ordner: " + media.string());
     context.log(LogEntryType::info, "│  Ziel existiert: " + yesNo(pathExists(media)));
     const std::optional<std::string> failure = writeTestFailure(media);
@@ -74,8 +74,8 @@ void logCopyFailure(const ArchiveExportContext& context, const std::string& name
     if (!error || error->domain().empty()) {
         return;
     }
-    context.log(LogEntryType::error, "     NSError Domain: " + error->domain());
-    context.log(LogEntryType::error, fmt::format("     NSError Code: {}", error->code()));
+    context.log(LogEntryType::error, "     Fehlerbereich: " + error->domain());
+    context.log(LogEntryType::error, fmt::format("     Fehlercode: {}", error->code()));
     for (const char* key :
          {"NSLocalizedDescriptionKey", "NSFilePathErrorKey", "NSURLErrorKey", "NSUnderlyingError"}) {
         if (const auto entry = error->userInfo().find(key); entry != error->userInfo().end()) {

@@ -57,7 +57,7 @@ TEST_F(ArchivePlanningRun, LogsTheRunAndPlansEveryUsedAsset) {
                 ElementsAre("ℹ️ Analysiere Assets...", "ℹ️ Rollen-Filter: Eingeschlossen = [Video]",
                             "ℹ️   → Asset 'a1': Clip 'One' nutzt 40s - 50s (Dauer: 10s)",
                             "ℹ️   → Asset 'a2': Clip 'Still' nutzt 0s - 3s (Dauer: 3s)",
-                            "ℹ️ ℹ️ Puffer von 2.0s auf Minimum 5.0s angehoben (Keyframe-Schutz)",
+                            "ℹ️ Puffer von 2.0s auf Minimum 5.0s angehoben (Keyframe-Schutz)",
                             "ℹ️ Gefunden: 2 Asset(s) mit genutzten Bereichen",
                             "ℹ️ Settings: buffer=5.0s, gopSlack=15s (hardcoded), minSegment=20.0s",
                             "ℹ️ Trim-Filter (Extension): m4v, mov, mp4",

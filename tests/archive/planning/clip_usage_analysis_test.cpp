@@ -44,9 +44,9 @@ TEST(UsedRanges, TimelineClipsCountWithSplitEditsAndTimeMapsButBrowserClipsDoNot
     }
     EXPECT_TRUE(log.contains("ℹ️   → Asset 'r1': Clip 'A' nutzt 10s - 15s (Dauer: 5s)"));
     EXPECT_TRUE(log.contains(
-        "ℹ️   ℹ️ Split-Edit erkannt in 'J' (ref=r5): video=[10s..15s], gesamt=[8s..15s]"));
+        "ℹ️   Split-Edit erkannt in 'J' (ref=r5): video=[10s..15s], gesamt=[8s..15s]"));
     EXPECT_TRUE(log.contains(
-        "ℹ️   ℹ️ Split-Edit erkannt in 'L' (ref=r6): video=[10s..15s], gesamt=[8s..17s]"));
+        "ℹ️   Split-Edit erkannt in 'L' (ref=r6): video=[10s..15s], gesamt=[8s..17s]"));
     EXPECT_EQ(log.lines().size(), 9u);
 }
 
@@ -86,8 +86,7 @@ TEST(UsedRanges, AbsurdTimesMarkTheAssetInsteadOfWrapping) {
     const UsageMap usage = usedRanges(document, log);
     EXPECT_TRUE(usage.at("r1").hasUnreadableTimes);
     EXPECT_THAT(usage.at("r1").ranges, ElementsAre(UsedRange{1, 2}));
-    EXPECT_TRUE(
-        log.lines().front().starts_with("⚠️   ⚠️ Asset 'r1': Clip 'Huge' hat unlesbare Zeitwerte"));
+    EXPECT_TRUE(log.lines().front().starts_with("⚠️   Asset 'r1': Clip 'Huge' hat unlesbare Zeitwerte"));
 }
 
 TEST(AssetFacts, RolesKindsAndJLCuts) {

@@ -45,7 +45,7 @@ TEST(PlanningSettingsTest, RaisesSmallBuffersAndTruncatesToWholeSeconds) {
     EXPECT_EQ(raised.buffer, 5.0);
     EXPECT_EQ(raised.handle, Rational(5));
     EXPECT_THAT(log.lines(),
-                ElementsAre("ℹ️ ℹ️ Puffer von 2.0s auf Minimum 5.0s angehoben (Keyframe-Schutz)"));
+                ElementsAre("ℹ️ Puffer von 2.0s auf Minimum 5.0s angehoben (Keyframe-Schutz)"));
     const PlanningSettings kept = preparePlanningSettings(7.9, 12.7, log.logger());
     EXPECT_EQ(kept.buffer, 7.9);
     EXPECT_EQ(kept.handle, Rational(7));
@@ -115,7 +115,7 @@ TEST_F(SegmentPlanning, WhatCannotBeTrimmedSafelyStaysWholeAndSaysWhy) {
     EXPECT_TRUE(log.lines().empty()) << "other media types stay whole without a line";
 
     EXPECT_EQ(plan("<media id=\"r1\" name=\"C\"/>", {{1, 2}}).reason, SkipReason::notInResources);
-    EXPECT_EQ(log.lines().back(), "⚠️ ⚠️ Asset r1 nicht in <resources> gefunden");
+    EXPECT_EQ(log.lines().back(), "⚠️ Asset r1 nicht in <resources> gefunden");
 
     statuses["r1"] = TimeMapStatus::nonLinearRamp();
     EXPECT_EQ(plan(movie, {{10, 20}}).reason, SkipReason::speedRamp);

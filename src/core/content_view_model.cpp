@@ -1,6 +1,7 @@
 #include "core/content_view_model.h"
 
 #include "archive/media/archive_report.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "core/write_permission.h"
 #include "grading/effect_preset_parser.h"
@@ -51,12 +52,6 @@ WorkflowTexts textsOf(ExportActionType actionType) {
     }
     return {"Trim & Archivierung wird ausgeführt...", "Trim & Archivierung gestartet", "",
             "Trim & Archivierung fehlgeschlagen: "};
-}
-
-std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
 }
 
 // The timeline count is what grading changes; pictures elsewhere are named apart, so that the two
@@ -164,7 +159,7 @@ void ContentViewModel::saveBookmark() {
 void ContentViewModel::loadFile(const std::filesystem::path& chosen) {
     // A bundle is a folder, and shells complete folder names with a trailing slash.
     const std::filesystem::path url = chosen.has_filename() ? chosen : chosen.parent_path();
-    const bool isBundle = lowercased(url.extension().string()) == ".fcpxmld";
+    const bool isBundle = lowercasedExtension(url) == ".fcpxmld";
     const std::filesystem::path documentURL = isBundle ? url / "Info.fcpxml" : url;
     selectedFileURL_ = documentURL;
     fileLoadedAt_ = Clock::now();

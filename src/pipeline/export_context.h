@@ -56,11 +56,4 @@ struct ArchiveExportContext : ExportContext {
     std::shared_ptr<BundledAssetRegistry> bundledAssets;  ///< what has been placed in the bundle
 };
 
-/// The name part of a file name: everything before the last "." (the whole name without one).
-std::string fileNameBase(const std::string& fileName);
-/// The extension of a file name as written, without the dot; empty without one.
-std::string fileNameExtension(const std::string& fileName);
-/// The first `count` user-perceived characters of UTF-8 text, never splitting a character.
-std::string prefixCharacters(std::string_view text, std::size_t count);
-
 }  // namespace tidyreel

@@ -1,5 +1,7 @@
 #include "archive/media/encoder_profile.h"
 
+#include "base/file_names.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -8,13 +10,6 @@
 
 namespace tidyreel {
 namespace {
-
-std::string lowercasedExtension(const std::filesystem::path& path) {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
-}
 
 void append(std::vector<std::string>& arguments, std::vector<std::string> more) {
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()),

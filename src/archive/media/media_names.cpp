@@ -1,5 +1,6 @@
 #include "archive/media/media_names.h"
 
+#include "base/file_names.h"
 #include "pipeline/export_context.h"
 #include "platform/file_write.h"
 

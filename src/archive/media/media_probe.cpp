@@ -1,6 +1,7 @@
 #include "archive/media/media_probe.h"
 
 #include "archive/media/tool_runner.h"
+#include "base/utf8.h"
 #include "platform/process_runner.h"
 
 #include <fmt/format.h>

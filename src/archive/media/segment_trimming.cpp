@@ -8,6 +8,7 @@
 #include "archive/media/tool_runner.h"
 #include "base/error.h"
 #include "base/error_codes.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "base/uuid.h"
 #include "fcpxml/resource_index.h"

@@ -3,6 +3,8 @@
 #include "archive/media/media_probe.h"
 #include "base/error.h"
 #include "base/error_codes.h"
+#include "base/text.h"
+#include "base/utf8.h"
 #include "platform/process_runner.h"
 #include "platform/system_paths.h"
 
@@ -64,14 +66,6 @@ private:
     mutable std::mutex lock_;
     std::string bytes_;
 };
-
-std::string trimmedWhitespace(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) {
-        return "";
-    }
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
 
 std::uintmax_t fileSizeOrZero(const std::filesystem::path& file) {
     std::error_code status;
@@ -181,35 +175,6 @@ std::string standardErrorTail(std::string_view standardError, std::size_t count)
         tail += lines[i];
     }
     return tail;
-}
-
-bool isValidUTF8(std::string_view bytes) {
-    std::size_t i = 0;
-    while (i < bytes.size()) {
-        const auto lead = static_cast<unsigned char>(bytes[i]);
-        const std::size_t length = lead < 0x80   ? 1
-                                   : lead < 0xC2 ? 0
-                                   : lead < 0xE0 ? 2
-                                   : lead < 0xF0 ? 3
-                                   : lead < 0xF5 ? 4
-                                                 : 0;
-        if (length == 0 || i + length > bytes.size()) {
-            return false;
-        }
-        for (std::size_t k = 1; k < length; ++k) {
-            if ((static_cast<unsigned char>(bytes[i + k]) >> 6) != 0x2) {
-                return false;
-            }
-        }
-        // Overlong forms, UTF-16 surrogates and code points beyond U+10FFFF.
-        const auto second = length > 1 ? static_cast<unsigned char>(bytes[i + 1]) : 0x80;
-        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-            (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
 }
 
 std::optional<double> ffmpegProgressTime(std::string_view standardError) {

@@ -45,9 +45,6 @@ std::string loggedCommandLine(const std::vector<std::string>& arguments);
 /// UTF-8.
 std::string standardErrorTail(std::string_view standardError, std::size_t count = 10);
 
-/// Whether the bytes are valid UTF-8.
-bool isValidUTF8(std::string_view bytes);
-
 /// The last "time=HH:MM:SS.ss" ffmpeg reported in a piece of its standard error, in seconds.
 std::optional<double> ffmpegProgressTime(std::string_view standardError);
 

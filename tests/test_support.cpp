@@ -49,6 +49,14 @@ CommandResult runTidyreel(const std::vector<std::string>& arguments, const Isola
     return result;
 }
 
+void zipFolderContents(const std::filesystem::path& folder, const std::filesystem::path& archive) {
+    const ProcessResult zipped =
+        runProcess({"zip", {"-q", "-r", archive.string(), "."}, folder, false, {}, {}});
+    if (zipped.exitStatus != 0) {
+        throw std::runtime_error("zip failed for " + folder.string());
+    }
+}
+
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body) {
     writeTextFile(file, "#!/bin/sh\n" + body + "\n");
     std::filesystem::permissions(file, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);

@@ -84,7 +84,8 @@ QWidget* ColorGradingView::makeRow(const std::string& role, int clipCount) {
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
     // The check box says whether the role gets an effect; unticking it removes the assignment.
-    auto* check = new QCheckBox(qs(role), row);
+    auto* check = new QCheckBox(row);
+    auto* name = new QLabel(qs(role), row);
     check->setChecked(assigned);
     check->setEnabled(assigned);
     check->setAccessibleName(tr2("Effekt für Rolle ", "Effect for role ") + qs(role));
@@ -102,7 +103,8 @@ QWidget* ColorGradingView::makeRow(const std::string& role, int clipCount) {
     target->setText(assigned ? "✦ " + qs(effect->second.name)
                              : tr2("Effekt hier ablegen", "Drop effect here"));
     target->setAccessibleName(qs(role) + ": " + target->text());
-    layout->addWidget(check, 1);
+    layout->addWidget(check);
+    layout->addWidget(name, 1);
     layout->addWidget(count);
     layout->addWidget(target);
     return row;

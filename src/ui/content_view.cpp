@@ -79,6 +79,9 @@ QWidget* ContentView::makeTopRow() {
     for (QPushButton* segment : {preProductionTab_, archivingTab_}) {
         segment->setCheckable(true);
         segment->setMinimumWidth(150);
+        segment->setStyleSheet(
+            "QPushButton:checked { background: #2f6fd6; color: white; border: 1px solid #2459ad; "
+            "border-radius: 4px; padding: 3px; }");
         layout->addWidget(segment);
     }
     picker_->addButton(preProductionTab_, static_cast<int>(WorkflowTab::preProduction));

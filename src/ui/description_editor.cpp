@@ -6,7 +6,6 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QPushButton>
-#include <QStackedWidget>
 #include <QVBoxLayout>
 
 namespace tidyreel::ui {
@@ -21,10 +20,8 @@ DescriptionEditor::DescriptionEditor(std::function<std::string()> stored,
     bold.setBold(true);
     title_->setFont(bold);
     layout->addWidget(title_);
-    pages_ = new QStackedWidget(this);
-    layout->addWidget(pages_);
-
-    auto* collapsed = new QWidget(pages_);
+    auto* collapsed = new QWidget(this);
+    collapsed_ = collapsed;
     auto* collapsedLayout = new QHBoxLayout(collapsed);
     collapsedLayout->setContentsMargins(0, 0, 0, 0);
     auto* icon = new QLabel(collapsed);
@@ -37,9 +34,10 @@ DescriptionEditor::DescriptionEditor(std::function<std::string()> stored,
     collapsedLayout->addWidget(icon, 0, Qt::AlignTop);
     collapsedLayout->addWidget(shown_, 1);
     collapsedLayout->addWidget(edit_, 0, Qt::AlignTop);
-    pages_->addWidget(collapsed);
+    layout->addWidget(collapsed);
 
-    auto* expanded = new QWidget(pages_);
+    auto* expanded = new QWidget(this);
+    expanded_ = expanded;
     auto* expandedLayout = new QVBoxLayout(expanded);
     expandedLayout->setContentsMargins(0, 0, 0, 0);
     editor_ = new QPlainTextEdit(expanded);
@@ -56,7 +54,8 @@ DescriptionEditor::DescriptionEditor(std::function<std::string()> stored,
     buttons->addWidget(saveButton_);
     expandedLayout->addWidget(editor_);
     expandedLayout->addLayout(buttons);
-    pages_->addWidget(expanded);
+    layout->addWidget(expanded);
+    expanded->hide();
 
     connect(edit_, &QPushButton::clicked, this, [this] {
         editor_->setPlainText(qs(stored_()));
@@ -84,7 +83,8 @@ void DescriptionEditor::refresh(const QString& title, const QString& placeholder
 }
 
 void DescriptionEditor::setExpanded(bool expanded) {
-    pages_->setCurrentIndex(expanded ? 1 : 0);
+    collapsed_->setVisible(!expanded);
+    expanded_->setVisible(expanded);
     (expanded ? static_cast<QWidget*>(editor_) : edit_)->setFocus();
 }
 

@@ -8,7 +8,6 @@
 class QLabel;
 class QPlainTextEdit;
 class QPushButton;
-class QStackedWidget;
 
 namespace tidyreel::ui {
 
@@ -29,7 +28,8 @@ private:
     std::function<std::string()> stored_;
     std::function<void(const std::string&)> save_;
     QLabel* title_;
-    QStackedWidget* pages_;  ///< page 0 collapsed, page 1 the editor (the own state `isExpanded`)
+    QWidget* collapsed_;
+    QWidget* expanded_;  ///< shown while editing (the own state `isExpanded`)
     QLabel* shown_;
     QPushButton* edit_;
     QPlainTextEdit* editor_;  ///< holds the own state `tempDescription`

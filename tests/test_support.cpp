@@ -1,7 +1,5 @@
 #include "test_support.h"
 
-#include "platform/process_runner.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -37,22 +35,9 @@ IsolatedUserFolders::IsolatedUserFolders()
     std::filesystem::create_directories(dataHome());
 }
 
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders) {
-    const ScopedEnvironment config("XDG_CONFIG_HOME", folders.configHome().string());
-    const ScopedEnvironment data("XDG_DATA_HOME", folders.dataHome().string());
-    CommandResult result;
-    const ProcessResult run =
-        runProcess({TIDYREEL_BINARY, arguments, std::nullopt, true,
-                    [&](std::string_view chunk) { result.standardError.append(chunk); }, nullptr});
-    result.exitStatus = run.exitStatus;
-    result.standardOutput = run.standardOutput;
-    return result;
-}
-
 void zipFolderContents(const std::filesystem::path& folder, const std::filesystem::path& archive) {
-    const ProcessResult zipped =
-        runProcess({"zip", {"-q", "-r", archive.string(), "."}, folder, false, {}, {}});
-    if (zipped.exitStatus != 0) {
+    const std::string line = "cd '" + folder.string() + "' && zip -q -r '" + archive.string() + "' .";
+    if (std::system(line.c_str()) != 0) {
         throw std::runtime_error("zip failed for " + folder.string());
     }
 }
@@ -127,6 +112,16 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
     }
     std::sort(files.begin(), files.end());
     return files;
+}
+
+::testing::AssertionResult isError(const Error& error, std::string_view domain, int code,
+                                   std::string_view description) {
+    if (error.domain() == domain && error.code() == code && error.what() == description) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure()
+           << "got " << error.domain() << " " << error.code() << " \"" << error.what() << "\", expected "
+           << domain << " " << code << " \"" << description << "\"";
 }
 
 Logger LogCollector::logger() {

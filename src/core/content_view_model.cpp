@@ -1,7 +1,7 @@
 #include "core/content_view_model.h"
 
 #include "archive/media/archive_report.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "core/write_permission.h"
 #include "description/template_installer.h"
 #include "grading/default_effect_installer.h"
@@ -342,12 +342,12 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
 
 void ContentViewModel::launch(PipelineRequest request) {
     const ExportActionType actionType = request.actionType;
-    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<std::string> {
+    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<Error> {
         try {
             runExportPipeline(request, callbacks);
             return std::nullopt;
         } catch (const std::exception& error) {
-            return std::string(error.what());
+            return asError(error);
         }
     };
     if (runMode_ == RunMode::blocking) {
@@ -358,21 +358,22 @@ void ContentViewModel::launch(PipelineRequest request) {
         worker_.join();
     }
     worker_ = std::jthread([this, actionType, run = std::move(run)] {
-        const std::optional<std::string> failure = run();
+        const std::optional<Error> failure = run();
         QMetaObject::invokeMethod(
             this, [this, actionType, failure] { finishRun(actionType, failure); }, Qt::QueuedConnection);
     });
 }
 
-void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<std::string>& failure) {
+void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<Error>& failure) {
     const WorkflowTexts texts = textsOf(actionType);
+    lastRunError_ = failure;
     if (failure) {
         statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
         isProcessing_ = false;
         if (actionType == ExportActionType::archiving) {
             processingProgress_.reset();
         }
-        addLog(LogEntryType::error, texts.failurePrefix + *failure);
+        addLog(LogEntryType::error, std::string(texts.failurePrefix) + failure->what());
     } else {
         statusOf(actionType) = ActionStatus::success(Clock::now());
         isProcessing_ = false;

@@ -1,16 +1,17 @@
 #include "core/export_pipeline.h"
 
-#include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "archive/planning/clip_trimming_export_task.h"
-#include "core/error.h"
-#include "core/language.h"
+#include "archive/tasks/archive_bundle_write_task.h"
+#include "archive/tasks/clip_trimming_export_task.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
-#include "fcpxml/fcpxml_write_task.h"
 #include "fcpxml/xml.h"
 #include "grading/role_effect_export_task.h"
+#include "pipeline/fcpxml_write_task.h"
 #include "platform/folder_bookmark.h"
 
 namespace tidyreel {
@@ -67,7 +68,7 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
             continue;
         }
         context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
-        task->execute(context);
+        withTimeErrors([&] { task->execute(context); });
     }
 }
 
@@ -131,7 +132,7 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
 
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
     if (!request.outputDirectory) {
-        throw Error("Processing", 1, "Kein Zielordner ausgewählt");
+        throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
     const FolderAccessScope access(*request.outputDirectory);
     if (request.actionType == ExportActionType::archiving) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/export_task.h"
+#include "pipeline/export_task.h"
 
 #include <filesystem>
 #include <functional>
@@ -44,7 +44,8 @@ std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionTyp
 std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
 
 /// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
-/// throws the first failure unchanged (files written before it stay).
+/// throws the first failure (a task's time arithmetic failure as an `Error` of the "Time" domain);
+/// files written before it stay.
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks);
 
 }  // namespace tidyreel

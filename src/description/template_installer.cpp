@@ -1,6 +1,6 @@
 #include "description/template_installer.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "platform/settings_store.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "grading/default_effect_installer.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <iostream>
 

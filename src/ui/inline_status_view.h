@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive/media/archive_report.h"
-#include "core/log_entry.h"
+#include "base/log_entry.h"
 
 #include <QWidget>
 

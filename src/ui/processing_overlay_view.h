@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/log_entry.h"
+#include "base/log_entry.h"
 
 #include <QWidget>
 

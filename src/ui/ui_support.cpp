@@ -1,6 +1,6 @@
 #include "ui/ui_support.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #include "core/content_view_model.h"
 
+#include "base/language.h"
 #include "core/core_support.h"
-#include "core/language.h"
 #include "fcpxml/media_path.h"
 #include "platform/settings_store.h"
 
@@ -220,12 +220,15 @@ TEST_F(ControllerRuns, ColourGradingFailsWithoutAFolderBeforeParsingAndWritesNot
               "Color-Grading fehlgeschlagen: Kein Zielordner ausgewählt");
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
     EXPECT_EQ(controller.colorGradingStatus(), ActionStatus::error("Fehler aufgetreten"));
+    ASSERT_TRUE(controller.lastRunError());
+    EXPECT_TRUE(test::isError(*controller.lastRunError(), "Processing", 1, "Kein Zielordner ausgewählt"));
 
     std::filesystem::create_directory(output());
     controller.chooseOutputFolder(output());
     test::writeTextFile(folder / "Projekt.fcpxml", "<fcpxml><resources>");
     controller.startColorGrading();
     EXPECT_TRUE(controller.logEntries().back().message.starts_with("Color-Grading fehlgeschlagen: "));
+    EXPECT_EQ(controller.lastRunError()->domain(), "XMLParser");
     EXPECT_TRUE(test::filesIn(output()).empty());
 }
 

@@ -1,7 +1,7 @@
 #include "core/export_pipeline.h"
 
+#include "base/error.h"
 #include "core/core_support.h"
-#include "core/error.h"
 #include "description/chapter_marker_export_task.h"
 
 #include <gtest/gtest.h>
@@ -73,14 +73,8 @@ protected:
 TEST_F(PipelineRun, NoOutputFolderFailsWithProcessingCodeOneAndLogsNothing) {
     PipelineRequest noFolder = request(ExportActionType::colorGrading);
     noFolder.outputDirectory.reset();
-    try {
-        runExportPipeline(noFolder, callbacks());
-        FAIL() << "no error";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.domain(), "Processing");
-        EXPECT_EQ(error.code(), 1);
-        EXPECT_STREQ(error.what(), "Kein Zielordner ausgewählt");
-    }
+    EXPECT_TRUE(test::throwsError([&] { runExportPipeline(noFolder, callbacks()); }, "Processing", 1,
+                                  "Kein Zielordner ausgewählt"));
     EXPECT_TRUE(lines.empty());
 }
 

@@ -1,6 +1,6 @@
 #include "description/template_installer.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "platform/settings_store.h"
 #include "test_support.h"
 
@@ -120,28 +120,6 @@ TEST_F(TemplateInstallerTest, FailuresKeepTheSettingAndSayWhyInTheUsersLanguage)
         failureOf([] { TemplateInstaller::install([] { return std::optional<std::filesystem::path>(); }); }),
         InstallationError::Kind::userCancelled);
     EXPECT_EQ(description_, "Installation cancelled");
-}
-
-TEST_F(TemplateInstallerTest, CommandLineTakesOnlyATitlesFolder) {
-    const IsolatedUserFolders user;
-    std::filesystem::create_directories(folder_ / "Titles");
-    std::filesystem::create_directories(folder_ / "Motion Templates.localized");
-    const CommandResult installed =
-        runTidyreel({"install-titles", (folder_ / "Titles").string(), "--lang", "de"}, user);
-    EXPECT_EQ(installed.exitStatus, 0);
-    EXPECT_THAT(installed.standardOutput,
-                HasSubstr("QUILLT-Titel wurden erfolgreich installiert. Du findest sie in "
-                          "Motion unter:\nTitel → Clipwright\n"));
-    EXPECT_THAT(readTextFile(user.configHome() / "Tidyreel/Tidyreel.conf"),
-                HasSubstr("quilltTemplatesInstalled=true"));
-
-    const CommandResult refused =
-        runTidyreel({"install-titles", (folder_ / "Motion Templates.localized").string()}, user);
-    EXPECT_EQ(refused.exitStatus, 2);
-    EXPECT_THAT(refused.standardError,
-                HasSubstr("Bitte wähle den Ordner 'Titles.localized' (oder 'Titles' / 'Titel') "
-                          "aus.\n\nDu hast gewählt: Motion Templates.localized\n"));
-    EXPECT_EQ(runTidyreel({"install-titles", (folder_ / "missing/Titles").string()}, user).exitStatus, 2);
 }
 
 }  // namespace

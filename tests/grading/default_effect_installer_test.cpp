@@ -126,27 +126,5 @@ TEST_F(DefaultEffectInstallerTest, AcceptsOnlyTheEffectsFolderNames) {
     EXPECT_TRUE(rule.panelTitle.empty());
 }
 
-TEST_F(DefaultEffectInstallerTest, CommandLineInstallsIntoAGivenFolderAndRefusesAWrongOne) {
-    const IsolatedUserFolders user;
-    std::filesystem::create_directories(folder_ / "Effekte");
-    std::filesystem::create_directories(folder_ / "Titles.localized");
-    const CommandResult installed =
-        runTidyreel({"install-effect", (folder_ / "Effekte").string(), "--lang", "en"}, user);
-    EXPECT_EQ(installed.exitStatus, 0);
-    EXPECT_THAT(
-        installed.standardOutput,
-        HasSubstr("Default effect was successfully installed. You can find it in Motion under:\nEffects → "
-                  "Clipwright\n"));
-    EXPECT_TRUE(
-        std::filesystem::exists(folder_ / "Effekte/Clipwright/ClipwrightEffekt/ClipwrightEffekt.moef"));
-
-    const CommandResult refused =
-        runTidyreel({"install-effect", (folder_ / "Titles.localized").string()}, user);
-    EXPECT_EQ(refused.exitStatus, 2);
-    EXPECT_THAT(refused.standardError, HasSubstr("Falscher Ordner ausgewählt\n"));
-    EXPECT_THAT(refused.standardError, HasSubstr("Du hast gewählt: Titles.localized"));
-    EXPECT_FALSE(std::filesystem::exists(folder_ / "Titles.localized/Clipwright"));
-}
-
 }  // namespace
 }  // namespace tidyreel::test

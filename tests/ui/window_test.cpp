@@ -2,7 +2,7 @@
 // each state written to the build tree's screenshots folder.
 #include "window_test_support.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "ui/info_popup.h"
 #include "ui/settings_view.h"
 

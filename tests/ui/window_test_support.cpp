@@ -1,6 +1,6 @@
 #include "window_test_support.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <QDragEnterEvent>
 #include <QDropEvent>

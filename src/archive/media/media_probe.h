@@ -1,7 +1,8 @@
 #pragma once
 
-#include "core/error.h"
-#include "fcpxml/rational.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "time/rational.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -26,7 +27,8 @@ struct ProbeResult {
 class ProbeError : public Error {
 public:
     /// A probe error with this message.
-    explicit ProbeError(const std::string& message) : Error("ProbeError", 1, message) {}
+    explicit ProbeError(const std::string& message)
+        : Error(MediaProbeError::domain, MediaProbeError::failed, message) {}
 };
 
 namespace FFProbe {

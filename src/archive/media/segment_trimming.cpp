@@ -6,12 +6,13 @@
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
-#include "core/error.h"
-#include "core/language.h"
-#include "core/uuid.h"
-#include "fcpxml/decimal_text.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
+#include "base/uuid.h"
 #include "fcpxml/resource_index.h"
 #include "platform/file_write.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 
@@ -205,11 +206,13 @@ void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
 void validateFallbackTarget(const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(target, status))) {
-        throw Error("FallbackValidation", 1, "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::notRegularFile,
+                    "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     }
     const std::uintmax_t size = std::filesystem::file_size(target, status);
     if (status || size == 0) {
-        throw Error("FallbackValidation", 2, "Ziel-Datei hat Größe 0");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::emptyFile,
+                    "Ziel-Datei hat Größe 0");
     }
 }
 

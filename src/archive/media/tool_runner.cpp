@@ -1,7 +1,8 @@
 #include "archive/media/tool_runner.h"
 
 #include "archive/media/media_probe.h"
-#include "core/error.h"
+#include "base/error.h"
+#include "base/error_codes.h"
 #include "platform/process_runner.h"
 #include "platform/settings_store.h"
 #include "platform/system_paths.h"
@@ -97,7 +98,7 @@ std::filesystem::path locateFFmpeg() {
     if (auto found = locateTool("ffmpeg", "TIDYREEL_FFMPEG")) {
         return *found;
     }
-    throw Error("ffmpeg", -1, "ffmpeg binary nicht im App-Bundle gefunden");
+    throw Error(FfmpegError::domain, FfmpegError::notFound, "ffmpeg binary nicht im App-Bundle gefunden");
 }
 
 std::filesystem::path locateFFprobe() {
@@ -127,7 +128,7 @@ void runFFmpeg(const std::vector<std::string>& arguments, const std::string& lab
         return;
     }
     context.log(LogEntryType::error, "    ffmpeg stderr (tail):\n" + standardErrorTail(standardError.text()));
-    throw Error("ffmpeg", status, fmt::format("ffmpeg failed with status {}", status));
+    throw Error(FfmpegError::domain, status, fmt::format("ffmpeg failed with status {}", status));
 }
 
 void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
@@ -152,7 +153,8 @@ void runCopy(const std::filesystem::path& source, const std::filesystem::path& t
     const std::string text = isValidUTF8(bytes) ? bytes : "<nicht dekodierbar>";
     context.log(LogEntryType::error, "     /bin/cp stderr: " + trimmedWhitespace(text));
     context.log(LogEntryType::error, fmt::format("     /bin/cp exit code: {}", status));
-    throw Error("cp", status, fmt::format("/bin/cp failed with status {}", status), {{"stderr", text}});
+    throw Error(CopyError::domain, status, fmt::format("/bin/cp failed with status {}", status),
+                {{"stderr", text}});
 }
 
 void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,

@@ -13,7 +13,6 @@
 #include "ui/settings_view.h"
 #include "ui/youtube_description_view.h"
 
-#include <QButtonGroup>
 #include <QCloseEvent>
 #include <QDialog>
 #include <QHBoxLayout>
@@ -71,7 +70,6 @@ QWidget* ContentView::makeTopRow() {
     auto* row = new QWidget(this);
     auto* layout = new QHBoxLayout(row);
     layout->setContentsMargins(0, 0, 0, 0);
-    picker_ = new QButtonGroup(row);
     preProductionTab_ = new QPushButton(row);
     preProductionTab_->setObjectName("preProductionTab");
     archivingTab_ = new QPushButton(row);
@@ -84,10 +82,11 @@ QWidget* ContentView::makeTopRow() {
             "border-radius: 4px; padding: 3px; }");
         layout->addWidget(segment);
     }
-    picker_->addButton(preProductionTab_, static_cast<int>(WorkflowTab::preProduction));
-    picker_->addButton(archivingTab_, static_cast<int>(WorkflowTab::archiving));
-    connect(picker_, &QButtonGroup::idClicked, this,
-            [this](int tab) { viewModel_.setSelectedWorkflow(static_cast<WorkflowTab>(tab)); });
+    // No button group: Tab stops at both segments, and the controller's tab decides which is checked.
+    connect(preProductionTab_, &QPushButton::clicked, this,
+            [this] { viewModel_.setSelectedWorkflow(WorkflowTab::preProduction); });
+    connect(archivingTab_, &QPushButton::clicked, this,
+            [this] { viewModel_.setSelectedWorkflow(WorkflowTab::archiving); });
     layout->addStretch(1);
     settingsButton_ = new QPushButton(symbolIcon("gear"), QString(), row);
     settingsButton_->setObjectName("settingsButton");
@@ -157,7 +156,8 @@ void ContentView::refresh() {
     setWindowTitle("Tidyreel");
     preProductionTab_->setText("Pre-Production");
     archivingTab_->setText(tr2("Archivierung", "Archiving"));
-    picker_->button(static_cast<int>(viewModel_.selectedWorkflow()))->setChecked(true);
+    preProductionTab_->setChecked(viewModel_.selectedWorkflow() == WorkflowTab::preProduction);
+    archivingTab_->setChecked(viewModel_.selectedWorkflow() == WorkflowTab::archiving);
     preProductionTab_->setAccessibleName("Workflow: Pre-Production");
     archivingTab_->setAccessibleName("Workflow: " + archivingTab_->text());
     settingsButton_->setText(tr2("Einstellungen", "Settings"));

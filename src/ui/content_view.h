@@ -2,7 +2,6 @@
 
 #include <QWidget>
 
-class QButtonGroup;
 class QLabel;
 class QMessageBox;
 class QPushButton;
@@ -52,7 +51,6 @@ private:
 
     ContentViewModel& viewModel_;
     bool refreshScheduled_ = false;
-    QButtonGroup* picker_;
     QPushButton* preProductionTab_;
     QPushButton* archivingTab_;
     QPushButton* settingsButton_;

@@ -1,5 +1,5 @@
-#include "core/content_view_model.h"
 #include "base/language.h"
+#include "core/content_view_model.h"
 #include "platform/system_paths.h"
 #include "ui/content_view.h"
 

@@ -43,6 +43,8 @@ WindowTest::WindowTest() {
     viewModel_ = std::make_unique<ContentViewModel>();
     window_ = std::make_unique<ui::ContentView>(*viewModel_);
     window_->show();
+    // Without a window manager nothing activates the window, and keys go to the active window only.
+    QApplication::setActiveWindow(window_.get());
     settle();
 }
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds Tidyreel and runs it on the bundled demo project.
+# Installs what is missing, builds Tidyreel and runs it on the bundled demo project; with a display
+# it then opens the desktop window on that project.
 # Settings and remembered effects of the demo live in build/demo, never in the user's home.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -29,3 +30,10 @@ echo "== Archive run (trim the used media and write a self-contained bundle)"
 echo
 echo "Written to $demo/output:"
 ls -1R "$demo/output"
+
+# With a display, the desktop window opens on the same project (same demo settings); close it to end.
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ -x build/release/tidyreel-desktop ]; then
+    echo
+    echo "== Desktop window on the demo project"
+    build/release/tidyreel-desktop "$project"
+fi

@@ -6,7 +6,7 @@ packages=(
     build-essential cmake ninja-build pkg-config git
     libxml2-dev qt6-base-dev nlohmann-json3-dev libfmt-dev libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    ffmpeg zip unzip xvfb xauth
+    ffmpeg zip unzip xvfb xauth fonts-noto-color-emoji
 )
 
 missing=()

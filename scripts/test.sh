@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds Tidyreel twice (debug, and with AddressSanitizer and
-# UndefinedBehaviorSanitizer) and runs the whole test suite in both builds.
+# UndefinedBehaviorSanitizer) and runs the whole test suite in both builds. The debug suite runs on
+# an X server of its own (xvfb-run), so the window tests drive the window as on a desktop; the
+# sanitizer build has no window.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -12,5 +14,9 @@ for preset in debug asan; do
     cmake --preset "$preset" >/dev/null
     cmake --build --preset "$preset" -j"$jobs"
     echo "== $preset tests"
-    ctest --preset "$preset" -j"$jobs" --timeout 900
+    if [ "$preset" = debug ]; then
+        xvfb-run -a -s "-screen 0 1280x1024x24" ctest --preset "$preset" -j"$jobs" --timeout 900
+    else
+        ctest --preset "$preset" -j"$jobs" --timeout 900
+    fi
 done

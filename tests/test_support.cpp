@@ -35,6 +35,13 @@ IsolatedUserFolders::IsolatedUserFolders()
     std::filesystem::create_directories(dataHome());
 }
 
+void zipFolderContents(const std::filesystem::path& folder, const std::filesystem::path& archive) {
+    const std::string line = "cd '" + folder.string() + "' && zip -q -r '" + archive.string() + "' .";
+    if (std::system(line.c_str()) != 0) {
+        throw std::runtime_error("zip failed for " + folder.string());
+    }
+}
+
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body) {
     writeTextFile(file, "#!/bin/sh\n" + body + "\n");
     std::filesystem::permissions(file, std::filesystem::perms::owner_all, std::filesystem::perm_options::add);

@@ -73,6 +73,8 @@ std::filesystem::path fixture(const std::string& name);
 std::vector<std::string> splitLines(const std::string& text);
 /// The log messages of printed log lines ("HH:mm:ss <symbol> <message>" → "<symbol> <message>").
 std::vector<std::string> logMessages(const std::string& printedLog);
+/// Zips the contents of `folder` (its entries at the archive's root) into `archive` with the zip tool.
+void zipFolderContents(const std::filesystem::path& folder, const std::filesystem::path& archive);
 /// Every file and folder below `folder`, sorted; empty when the folder does not exist.
 std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder);
 

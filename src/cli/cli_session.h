@@ -65,5 +65,7 @@ void registerEffectsCommand(CLI::App& app, int& exitStatus);
 void registerDescribeCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel archive PROJECT [-o DIR] [--dry-run]`: the archive workflow and its report, or its plan only.
 void registerArchiveCommand(CLI::App& app, int& exitStatus);
+/// `tidyreel install-titles FOLDER` and `tidyreel install-effect FOLDER`: the template installers.
+void registerInstallCommands(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

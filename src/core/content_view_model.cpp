@@ -4,6 +4,8 @@
 #include "base/file_names.h"
 #include "base/language.h"
 #include "core/write_permission.h"
+#include "description/template_installer.h"
+#include "grading/default_effect_installer.h"
 #include "grading/effect_preset_parser.h"
 #include "grading/role_effect_mapping.h"
 #include "platform/folder_bookmark.h"
@@ -437,6 +439,31 @@ ActionStatus& ContentViewModel::statusOf(ExportActionType actionType) {
             break;
     }
     return archivingStatus_;
+}
+
+std::optional<std::string> ContentViewModel::installTitles(const FolderChooser& chooseFolder) {
+    try {
+        TemplateInstaller::install(chooseFolder);
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    notifyChanged();
+    return std::nullopt;
+}
+
+std::optional<std::string> ContentViewModel::installDefaultEffect(const FolderChooser& chooseFolder) {
+    try {
+        DefaultEffectInstaller::install(chooseFolder);
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    defaultEffectInstalled_ = true;
+    notifyChanged();
+    return std::nullopt;
+}
+
+bool ContentViewModel::quilltTemplatesInstalled() const {
+    return SettingsStore::boolValue("quilltTemplatesInstalled").value_or(false);
 }
 
 void ContentViewModel::saveVideoDescriptions() {

@@ -6,6 +6,7 @@
 #include "core/export_pipeline.h"
 #include "fcpxml/role_discovery.h"
 #include "fcpxml/xml.h"
+#include "platform/template_installation.h"
 
 #include <QObject>
 
@@ -80,6 +81,17 @@ public:
     /// The settings a run started now would take, read once: the controller's choices, the encoder
     /// and the configured tools.
     RunSettings runSettings() const;
+
+    /// Installs the QUILLT title templates into the folder `chooseFolder` gives; the error's
+    /// description when the installation failed or was cancelled.
+    std::optional<std::string> installTitles(const FolderChooser& chooseFolder);
+    /// Installs the default effect into the folder `chooseFolder` gives; the error's description when
+    /// the installation failed or was cancelled.
+    std::optional<std::string> installDefaultEffect(const FolderChooser& chooseFolder);
+    /// Whether the QUILLT titles were installed (the setting "quilltTemplatesInstalled").
+    bool quilltTemplatesInstalled() const;
+    /// Whether the default effect was installed since the program started.
+    bool defaultEffectInstalled() const { return defaultEffectInstalled_; }
 
     /// Stores both description texts in the settings.
     void saveVideoDescriptions();
@@ -181,6 +193,7 @@ private:
     bool debugMode_ = true;
     std::string originalFileName_;
     RoleEffectMappings persistentEffectMappings_;
+    bool defaultEffectInstalled_ = false;
 };
 
 }  // namespace tidyreel

@@ -74,9 +74,9 @@ ArchivePlanning planArchive(const ExportContext& context) {
     const Logger logger = [&context](LogEntryType type, const std::string& message) {
         context.log(type, message);
     };
-    const std::vector<AnalysedClip> clips = collectAnalysedClips(context.xmlDocument->root());
-    const UsageMap usage = collectUsedRanges(clips, context.includedRoles, logger);
     const ResourceIndex resources(*context.xmlDocument);
+    const std::vector<AnalysedClip> clips = collectAnalysedClips(*context.xmlDocument, resources);
+    const UsageMap usage = collectUsedRanges(clips, context.includedRoles, logger);
     ArchivePlanning planning;
     if (usage.empty()) {
         context.log(LogEntryType::info, "Keine Assets zum Schneiden gefunden");

@@ -46,6 +46,8 @@ std::string skipReasonText(SkipReason reason) {
             return localized("Bereich außerhalb der Dauer", "range outside the duration");
         case SkipReason::unreadableTimes:
             return localized("unlesbare Zeitwerte", "unreadable times");
+        case SkipReason::unfollowable:
+            return localized("Nutzung nicht nachvollziehbar", "use not followable");
         case SkipReason::shorterThanMinSegment:
             return localized("kürzer als minSegment", "shorter than the minimum segment");
         case SkipReason::noSegments:

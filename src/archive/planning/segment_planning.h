@@ -48,6 +48,7 @@ enum class SkipReason {
     jlCut,                  ///< a J/L cut next to a transition
     outsideDuration,        ///< a used range lies outside the media
     unreadableTimes,        ///< a clip's times cannot be computed
+    unfollowable,           ///< a use of it that the analysis cannot follow
     shorterThanMinSegment,  ///< the whole media is shorter than the minimum segment
     noSegments,             ///< nothing to keep
     noSaving,               ///< trimming would save less than one second

@@ -64,5 +64,7 @@ void registerEffectsCommand(CLI::App& app, int& exitStatus);
 void registerDescribeCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel archive PROJECT [-o DIR] [--dry-run]`: the archive workflow and its report, or its plan only.
 void registerArchiveCommand(CLI::App& app, int& exitStatus);
+/// `verify BUNDLE`: the archive's self-check on a bundle, one line per problem.
+void registerVerifyCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

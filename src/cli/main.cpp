@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     tidyreel::cli::registerEffectsCommand(app, exitStatus);
     tidyreel::cli::registerDescribeCommand(app, exitStatus);
     tidyreel::cli::registerArchiveCommand(app, exitStatus);
+    tidyreel::cli::registerVerifyCommand(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

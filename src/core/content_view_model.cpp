@@ -296,6 +296,7 @@ PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const
     request.originalFileName = originalFileName_;
     request.buffer = buffer_;
     request.minSegment = minSegment_;
+    request.allowOffline = allowOffline_;
     request.youtubeDescription1 = youtubeDescription1_;
     request.youtubeDescription2 = youtubeDescription2_;
     request.roleEffectMappings = roleEffectMappings_;

@@ -38,6 +38,7 @@ struct ExportContext {
     ExportActionType actionType = ExportActionType::colorGrading;  ///< the workflow being run
     double buffer = 10.0;                   ///< trim handle length in seconds (archive)
     double minSegment = 20.0;               ///< minimum segment length in seconds (archive)
+    bool allowOffline = false;              ///< an archive may leave out missing sources (with a warning)
     std::string youtubeDescription1;        ///< first description text from the settings
     std::string youtubeDescription2;        ///< second description text from the settings
     std::string quillt1Text;                ///< text of the first description title clip

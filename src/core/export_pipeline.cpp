@@ -2,6 +2,7 @@
 
 #include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/bundled_asset_registry.h"
+#include "archive/planning/archive_verification.h"
 #include "archive/planning/clip_trimming_export_task.h"
 #include "core/error.h"
 #include "core/language.h"
@@ -54,6 +55,7 @@ void fillContext(ExportContext& context, const PipelineRequest& request, const P
     context.actionType = request.actionType;
     context.buffer = request.buffer;
     context.minSegment = request.minSegment;
+    context.allowOffline = request.allowOffline;
     context.includedRoles = request.includedRoles;
     context.debugMode = request.debugMode;
     context.logger = callbacks.logger;
@@ -126,6 +128,7 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     std::vector<std::unique_ptr<ArchiveExportTask>> tasks;
     tasks.push_back(std::make_unique<ClipTrimmingExportTask>("Clips schneiden", true));
     tasks.push_back(std::make_unique<ArchiveBundleWriteTask>("Bundle schreiben", true));
+    tasks.push_back(std::make_unique<ArchiveVerifyTask>("Archiv prüfen", true));
     return tasks;
 }
 

@@ -20,13 +20,14 @@ struct PipelineRequest {
     std::string originalFileName;                                  ///< the chosen file or bundle name
     double buffer = 10.0;                                          ///< trim handles in seconds
     double minSegment = 20.0;                                      ///< minimum segment in seconds
-    std::string youtubeDescription1;                               ///< first saved description text
-    std::string youtubeDescription2;                               ///< second saved description text
-    RoleEffectMappings roleEffectMappings;                         ///< effects assigned to roles
-    std::set<std::string> includedRoles;                           ///< roles taken into the archive
-    bool exportChapterMarkers = false;                             ///< description workflow: chapters
-    bool exportVideoDescription = false;                           ///< description workflow: texts
-    bool debugMode = true;                                         ///< tasks write their "DEBUG: " lines
+    bool allowOffline = false;              ///< an archive may leave out missing sources
+    std::string youtubeDescription1;        ///< first saved description text
+    std::string youtubeDescription2;        ///< second saved description text
+    RoleEffectMappings roleEffectMappings;  ///< effects assigned to roles
+    std::set<std::string> includedRoles;    ///< roles taken into the archive
+    bool exportChapterMarkers = false;      ///< description workflow: chapters
+    bool exportVideoDescription = false;    ///< description workflow: texts
+    bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
 };
 
 /// Where a run reports to.

@@ -38,27 +38,32 @@ std::optional<Rational> parsedTime(const std::optional<std::string>& text) {
 
 // The media range one clip uses, with the split-edit line when it has its own audio range.
 UsedRange usedRangeOf(const AnalysedClip& clip, const Logger& logger) {
+    const ClipMediaRange range = clipMediaRange(clip);
+    if (clip.audioStart && Rational::fromFCPXML(*clip.audioStart)) {
+        logger(LogEntryType::info,
+               fmt::format("  ℹ️ Split-Edit erkannt in '{}' (ref={}): video=[{}..{}], gesamt=[{}..{}]",
+                           clipName(clip), clip.ref, range.video.start.toFCPXML(), range.video.end.toFCPXML(),
+                           range.used.start.toFCPXML(), range.used.end.toFCPXML()));
+    }
+    return range.used;
+}
+
+}  // namespace
+
+ClipMediaRange clipMediaRange(const AnalysedClip& clip) {
     const std::optional<TimeMap> map = FCPXMLTime::buildTimeMap(clip.element);
     const auto mapped = [&](Rational t) { return clip.mediaTime(t, map ? &*map : nullptr); };
-    const Rational videoStart = mapped(clip.visible.start);
-    const Rational videoEnd = mapped(clip.visible.end);
+    const UsedRange video{mapped(clip.visible.start), mapped(clip.visible.end)};
     const std::optional<Rational> audioStart = parsedTime(clip.audioStart);
     if (!audioStart) {
-        return {videoStart, videoEnd};
+        return {video, video};
     }
     const Rational audioFrom = mapped(*audioStart);
     const std::optional<Rational> audioDuration = parsedTime(clip.audioDuration);
     const Rational audioTo =
-        audioDuration ? mapped(*audioStart + *audioDuration) : audioFrom + (videoEnd - videoStart);
-    const UsedRange used{std::min(videoStart, audioFrom), std::max(videoEnd, audioTo)};
-    logger(LogEntryType::info,
-           fmt::format("  ℹ️ Split-Edit erkannt in '{}' (ref={}): video=[{}..{}], gesamt=[{}..{}]",
-                       clipName(clip), clip.ref, videoStart.toFCPXML(), videoEnd.toFCPXML(),
-                       used.start.toFCPXML(), used.end.toFCPXML()));
-    return used;
+        audioDuration ? mapped(*audioStart + *audioDuration) : audioFrom + (video.end - video.start);
+    return {video, {std::min(video.start, audioFrom), std::max(video.end, audioTo)}};
 }
-
-}  // namespace
 
 std::string normalisedRole(const std::string& role) {
     // Split once at the first "." after any leading dots; empty parts do not count.

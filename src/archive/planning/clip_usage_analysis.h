@@ -43,6 +43,16 @@ struct AssetInfo {
 /// A role in the form the filter compares: the main part lower-cased, a sub-role kept as written.
 std::string normalisedRole(const std::string& role);
 
+/// The media one clip shows: its picture's range, and the range of picture and sound together (the same
+/// without a split edit).
+struct ClipMediaRange {
+    UsedRange video;  ///< through the clip's visible window
+    UsedRange used;   ///< with the split edit's audio range
+};
+
+/// The media range a clip uses, through its time map or conform rate; throws on absurd times.
+ClipMediaRange clipMediaRange(const AnalysedClip& clip);
+
 /// The ids of assets used by a clip whose main video role is included; logs each skipped clip.
 std::set<std::string> collectIncludedAssetRefs(const std::vector<AnalysedClip>& clips,
                                                const std::set<std::string>& includedRoles,

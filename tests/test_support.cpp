@@ -1,7 +1,5 @@
 #include "test_support.h"
 
-#include "platform/process_runner.h"
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -35,18 +33,6 @@ IsolatedUserFolders::IsolatedUserFolders()
     : config_("XDG_CONFIG_HOME", configHome().string()), data_("XDG_DATA_HOME", dataHome().string()) {
     std::filesystem::create_directories(configHome());
     std::filesystem::create_directories(dataHome());
-}
-
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders) {
-    const ScopedEnvironment config("XDG_CONFIG_HOME", folders.configHome().string());
-    const ScopedEnvironment data("XDG_DATA_HOME", folders.dataHome().string());
-    CommandResult result;
-    const ProcessResult run =
-        runProcess({TIDYREEL_BINARY, arguments, std::nullopt, true,
-                    [&](std::string_view chunk) { result.standardError.append(chunk); }, nullptr});
-    result.exitStatus = run.exitStatus;
-    result.standardOutput = run.standardOutput;
-    return result;
 }
 
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body) {
@@ -119,6 +105,16 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
     }
     std::sort(files.begin(), files.end());
     return files;
+}
+
+::testing::AssertionResult isError(const Error& error, std::string_view domain, int code,
+                                   std::string_view description) {
+    if (error.domain() == domain && error.code() == code && error.what() == description) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure()
+           << "got " << error.domain() << " " << error.code() << " \"" << error.what() << "\", expected "
+           << domain << " " << code << " \"" << description << "\"";
 }
 
 Logger LogCollector::logger() {

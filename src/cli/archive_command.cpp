@@ -4,8 +4,7 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
-#include "core/language.h"
-#include "fcpxml/xml.h"
+#include "base/language.h"
 #include "platform/settings_store.h"
 
 #include <fmt/format.h>
@@ -56,29 +55,16 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
 
 // The planning half on a fresh copy of the project, logged through the controller; nothing is written.
 int dryRun(ContentViewModel& controller) {
-    ExportContext context;
-    context.sourceURL = *controller.selectedFileURL();
-    context.actionType = ExportActionType::archiving;
-    context.buffer = controller.buffer();
-    context.minSegment = controller.minSegment();
-    context.includedRoles = controller.includedRoles();
-    context.logger = [&controller](LogEntryType type, const std::string& message) {
-        controller.addLog(type, message);
-    };
-    try {
-        context.xmlDocument = XmlDocument::load(context.sourceURL);
-        const ArchivePlanning planning = planArchive(context);
-        std::cout << '\n' << formatPlanTable(planning);
-        for (const AssetDecision* decision : unavailableSources(planning)) {
-            controller.addLog(LogEntryType::warning,
-                              "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);
-        }
-        return exitSuccess;
-    } catch (const std::exception& error) {
-        controller.addLog(LogEntryType::error,
-                          std::string("Trim & Archivierung fehlgeschlagen: ") + error.what());
+    const std::optional<ArchivePlanning> planning = controller.planArchiving();
+    if (!planning) {
         return exitWorkflowFailed;
     }
+    std::cout << '\n' << formatPlanTable(*planning);
+    for (const AssetDecision* decision : unavailableSources(*planning)) {
+        controller.addLog(LogEntryType::warning,
+                          "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);
+    }
+    return exitSuccess;
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "archive/planning/archive_verification.h"
+#include "archive/tasks/archive_verification.h"
+#include "base/language.h"
 #include "cli/cli_session.h"
-#include "core/language.h"
 
 #include <fmt/format.h>
 
@@ -22,7 +22,8 @@ void registerVerifyCommand(CLI::App& app, int& exitStatus) {
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);
-        const std::vector<std::string> problems = verifyArchiveBundle(options->bundle);
+        const std::vector<std::string> problems =
+            verifyArchiveBundle(options->bundle, session.controller().runSettings().tools);
         for (const std::string& problem : problems) {
             std::cout << "✗ " << problem << '\n';
         }

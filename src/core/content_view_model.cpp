@@ -1,7 +1,7 @@
 #include "core/content_view_model.h"
 
 #include "archive/media/archive_report.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "core/write_permission.h"
 #include "grading/effect_preset_parser.h"
 #include "grading/role_effect_mapping.h"
@@ -16,10 +16,19 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <iostream>
 
 namespace tidyreel {
 namespace {
+
+// A tool named by the environment, else by the settings; empty when neither names one.
+std::filesystem::path configuredTool(const char* environmentVariable, const std::string& settingKey) {
+    if (const char* value = std::getenv(environmentVariable); value && *value) {
+        return value;
+    }
+    return SettingsStore::stringValue(settingKey).value_or("");
+}
 
 /// The fixed texts of one workflow's start and end.
 struct WorkflowTexts {
@@ -288,23 +297,44 @@ void ContentViewModel::start(ExportActionType actionType) {
     launch(makeRequest(actionType));
 }
 
+RunSettings ContentViewModel::runSettings() const {
+    RunSettings settings;
+    settings.outputDirectory = outputDirectory_.value_or(std::filesystem::path());
+    settings.includedRoles = includedRoles_;
+    settings.buffer = buffer_;
+    settings.minSegment = minSegment_;
+    settings.allowOffline = allowOffline_;
+    settings.exportChapterMarkers = exportChapterMarkers_;
+    settings.exportVideoDescription = exportVideoDescription_;
+    settings.youtubeDescription1 = youtubeDescription1_;
+    settings.youtubeDescription2 = youtubeDescription2_;
+    settings.roleEffectMappings = roleEffectMappings_;
+    settings.encoder = SettingsStore::stringValue("encoder").value_or("");
+    settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
+                      configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
+    settings.debugMode = debugMode_;
+    return settings;
+}
+
 PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const {
-    PipelineRequest request;
-    request.actionType = actionType;
-    request.outputDirectory = outputDirectory_;
-    request.sourceURL = *selectedFileURL_;
-    request.originalFileName = originalFileName_;
-    request.buffer = buffer_;
-    request.minSegment = minSegment_;
-    request.allowOffline = allowOffline_;
-    request.youtubeDescription1 = youtubeDescription1_;
-    request.youtubeDescription2 = youtubeDescription2_;
-    request.roleEffectMappings = roleEffectMappings_;
-    request.includedRoles = includedRoles_;
-    request.exportChapterMarkers = exportChapterMarkers_;
-    request.exportVideoDescription = exportVideoDescription_;
-    request.debugMode = debugMode_;
-    return request;
+    return PipelineRequest{actionType, *selectedFileURL_, originalFileName_, runSettings()};
+}
+
+std::optional<ArchivePlanning> ContentViewModel::planArchiving() {
+    if (!selectedFileURL_) {
+        return std::nullopt;
+    }
+    try {
+        lastRunError_.reset();
+        return planArchiveRun(
+            makeRequest(ExportActionType::archiving),
+            [this](LogEntryType type, const std::string& message) { addLog(type, message); });
+    } catch (const std::exception& failure) {
+        lastRunError_ = asError(failure);
+        addLog(LogEntryType::error,
+               std::string(textsOf(ExportActionType::archiving).failurePrefix) + lastRunError_->what());
+        return std::nullopt;
+    }
 }
 
 PipelineCallbacks ContentViewModel::makeCallbacks() {
@@ -341,12 +371,12 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
 
 void ContentViewModel::launch(PipelineRequest request) {
     const ExportActionType actionType = request.actionType;
-    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<std::string> {
+    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<Error> {
         try {
             runExportPipeline(request, callbacks);
             return std::nullopt;
         } catch (const std::exception& error) {
-            return std::string(error.what());
+            return asError(error);
         }
     };
     if (runMode_ == RunMode::blocking) {
@@ -357,21 +387,22 @@ void ContentViewModel::launch(PipelineRequest request) {
         worker_.join();
     }
     worker_ = std::jthread([this, actionType, run = std::move(run)] {
-        const std::optional<std::string> failure = run();
+        const std::optional<Error> failure = run();
         QMetaObject::invokeMethod(
             this, [this, actionType, failure] { finishRun(actionType, failure); }, Qt::QueuedConnection);
     });
 }
 
-void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<std::string>& failure) {
+void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<Error>& failure) {
     const WorkflowTexts texts = textsOf(actionType);
+    lastRunError_ = failure;
     if (failure) {
         statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
         isProcessing_ = false;
         if (actionType == ExportActionType::archiving) {
             processingProgress_.reset();
         }
-        addLog(LogEntryType::error, texts.failurePrefix + *failure);
+        addLog(LogEntryType::error, std::string(texts.failurePrefix) + failure->what());
     } else {
         statusOf(actionType) = ActionStatus::success(Clock::now());
         isProcessing_ = false;

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "archive/media/archive_report.h"
+#include "base/error.h"
+#include "base/log_entry.h"
 #include "core/export_pipeline.h"
-#include "core/log_entry.h"
 #include "fcpxml/role_discovery.h"
 #include "fcpxml/xml.h"
 
@@ -73,6 +74,12 @@ public:
     void startVideoDescription();
     /// Starts the archive workflow after the output folder's write test.
     void startArchiving();
+    /// Analyses and plans the archive run with the current settings on a fresh copy of the project,
+    /// writing nothing; the plan, or none (with the failure line) when there is no file or it fails.
+    std::optional<ArchivePlanning> planArchiving();
+    /// The settings a run started now would take, read once: the controller's choices, the encoder
+    /// and the configured tools.
+    RunSettings runSettings() const;
 
     /// Stores both description texts in the settings.
     void saveVideoDescriptions();
@@ -110,6 +117,9 @@ public:
     const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
     const ActionStatus& archivingStatus() const { return archivingStatus_; }
     const std::set<std::string>& includedRoles() const { return includedRoles_; }
+    /// The failure of the last finished run, whole (domain, code, description, user info); none after a
+    /// run that succeeded.
+    const std::optional<Error>& lastRunError() const { return lastRunError_; }
     /// Sizes of the last archive run, when there was one.
     const std::optional<ArchiveReport>& lastArchiveReport() const { return lastArchiveReport_; }
     bool showPermissionAlert() const { return showPermissionAlert_; }
@@ -128,7 +138,7 @@ private:
     PipelineRequest makeRequest(ExportActionType actionType) const;
     PipelineCallbacks makeCallbacks();
     void launch(PipelineRequest request);
-    void finishRun(ExportActionType actionType, const std::optional<std::string>& failure);
+    void finishRun(ExportActionType actionType, const std::optional<Error>& failure);
     ActionStatus& statusOf(ExportActionType actionType);
     void notifyChanged() const;
 
@@ -160,6 +170,7 @@ private:
     ActionStatus archivingStatus_ = ActionStatus::notExecuted();
     std::set<std::string> includedRoles_;
     std::optional<ArchiveReport> lastArchiveReport_;
+    std::optional<Error> lastRunError_;
     bool showPermissionAlert_ = false;
     std::string permissionAlertMessage_;
     bool debugMode_ = true;

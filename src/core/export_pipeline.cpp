@@ -1,17 +1,18 @@
 #include "core/export_pipeline.h"
 
-#include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "archive/planning/archive_verification.h"
-#include "archive/planning/clip_trimming_export_task.h"
-#include "core/error.h"
-#include "core/language.h"
+#include "archive/tasks/archive_bundle_write_task.h"
+#include "archive/tasks/archive_verification.h"
+#include "archive/tasks/clip_trimming_export_task.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
-#include "fcpxml/fcpxml_write_task.h"
 #include "fcpxml/xml.h"
 #include "grading/role_effect_export_task.h"
+#include "pipeline/fcpxml_write_task.h"
 #include "platform/folder_bookmark.h"
 
 namespace tidyreel {
@@ -45,21 +46,16 @@ void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folde
     logger(LogEntryType::info, "└─");
 }
 
-void fillContext(ExportContext& context, const PipelineRequest& request, const PipelineCallbacks& callbacks,
+// The one place where a run's settings reach its context.
+void fillContext(ExportContext& context, const PipelineRequest& request, const Logger& logger,
                  std::shared_ptr<XmlDocument> document) {
+    static_cast<RunSettings&>(context) = request.settings;
     context.sourceURL = request.sourceURL;
-    context.outputDirectory = *request.outputDirectory;
     context.originalFileName =
         request.originalFileName.empty() ? request.sourceURL.filename().string() : request.originalFileName;
     context.xmlDocument = std::move(document);
     context.actionType = request.actionType;
-    context.buffer = request.buffer;
-    context.minSegment = request.minSegment;
-    context.allowOffline = request.allowOffline;
-    context.includedRoles = request.includedRoles;
-    context.debugMode = request.debugMode;
-    context.logger = callbacks.logger;
-    context.progressUpdater = callbacks.progressUpdater;
+    context.logger = logger;
 }
 
 template <class Task, class Context>
@@ -69,14 +65,15 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
             continue;
         }
         context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
-        task->execute(context);
+        withTimeErrors([&] { task->execute(context); });
     }
 }
 
 void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                 std::shared_ptr<XmlDocument> document) {
     ArchiveExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     const XmlElement project = context.xmlDocument->first("//project");
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
@@ -97,13 +94,12 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
 void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                       std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
-    context.youtubeDescription1 = request.youtubeDescription1;
-    context.youtubeDescription2 = request.youtubeDescription2;
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     context.quillt1Text = titleTexts.first;
     context.quillt2Text = titleTexts.second;
-    context.roleEffectMappings = request.roleEffectMappings;
-    runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
+    runTasks(makeTaskList(request.actionType, request.settings.exportChapterMarkers,
+                          request.settings.exportVideoDescription),
              context);
 }
 
@@ -133,18 +129,19 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
 }
 
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
-    if (!request.outputDirectory) {
-        throw Error("Processing", 1, "Kein Zielordner ausgewählt");
+    const std::filesystem::path& outputDirectory = request.settings.outputDirectory;
+    if (outputDirectory.empty()) {
+        throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
-    const FolderAccessScope access(*request.outputDirectory);
+    const FolderAccessScope access(outputDirectory);
     if (request.actionType == ExportActionType::archiving) {
-        logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
+        logAccessDiagnosis(callbacks.logger, outputDirectory, access.granted());
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
     std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
     // Every run reads the title texts, so the log shows them whichever workflow runs.
     const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
-    if (request.debugMode) {
+    if (request.settings.debugMode) {
         for (const std::string& line : titleTextDebugLines(titleTexts)) {
             callbacks.logger(LogEntryType::info, line);
         }
@@ -154,6 +151,15 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     } else {
         runPreProduction(request, callbacks, std::move(document), titleTexts);
     }
+}
+
+ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& logger) {
+    ExportContext context;
+    fillContext(context, request, logger, nullptr);
+    return withTimeErrors([&] {
+        context.xmlDocument = XmlDocument::load(context.sourceURL);
+        return planArchive(context);
+    });
 }
 
 }  // namespace tidyreel

@@ -1,33 +1,23 @@
 #pragma once
 
-#include "core/export_task.h"
+#include "archive/planning/archive_planning.h"
+#include "pipeline/export_task.h"
 
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <optional>
-#include <set>
 #include <string>
 #include <vector>
 
 namespace tidyreel {
 
-/// The controller's values a run starts from, taken once when the run is started.
+/// What a run starts from: the workflow, the project and the run's settings, taken once when the run
+/// is started.
 struct PipelineRequest {
     ExportActionType actionType = ExportActionType::colorGrading;  ///< the workflow to run
-    std::optional<std::filesystem::path> outputDirectory;          ///< the chosen output folder, if any
     std::filesystem::path sourceURL;                               ///< the FCPXML document to read
     std::string originalFileName;                                  ///< the chosen file or bundle name
-    double buffer = 10.0;                                          ///< trim handles in seconds
-    double minSegment = 20.0;                                      ///< minimum segment in seconds
-    bool allowOffline = false;              ///< an archive may leave out missing sources
-    std::string youtubeDescription1;        ///< first saved description text
-    std::string youtubeDescription2;        ///< second saved description text
-    RoleEffectMappings roleEffectMappings;  ///< effects assigned to roles
-    std::set<std::string> includedRoles;    ///< roles taken into the archive
-    bool exportChapterMarkers = false;      ///< description workflow: chapters
-    bool exportVideoDescription = false;    ///< description workflow: texts
-    bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
+    RunSettings settings;                                          ///< everything else the run depends on
 };
 
 /// Where a run reports to.
@@ -45,7 +35,12 @@ std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionTyp
 std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
 
 /// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
-/// throws the first failure unchanged (files written before it stay).
+/// throws the first failure (a task's time arithmetic failure as an `Error` of the "Time" domain);
+/// files written before it stay.
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks);
+
+/// The archive run's analysis and planning only, over a freshly parsed copy of the source document,
+/// logged through `logger`; nothing is written. Throws the first failure as `runExportPipeline` does.
+ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& logger);
 
 }  // namespace tidyreel

@@ -1,8 +1,9 @@
 #include "grading/effect_preset_parser.h"
+#include "base/error_codes.h"
 
-#include "core/export_context.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
+#include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
 #include <algorithm>
@@ -200,7 +201,7 @@ std::filesystem::path absoluteFilePath(const std::filesystem::path& file) {
 }  // namespace
 
 ParseError::ParseError(Kind kind, std::string detail, const std::string& description)
-    : Error("EffectPresetParser.ParseError", static_cast<int>(kind), description),
+    : Error(EffectPresetError::domain, static_cast<int>(kind), description),
       kind_(kind),
       detail_(std::move(detail)) {}
 

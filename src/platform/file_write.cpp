@@ -1,6 +1,7 @@
 #include "platform/file_write.h"
+#include "base/error_codes.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <fmt/format.h>
 #include <QSaveFile>
@@ -16,7 +17,7 @@ void writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     if (!written) {
         const std::string reason = saveFile.errorString().toStdString();
         saveFile.cancelWriting();
-        throw Error("FileSystem", static_cast<int>(saveFile.error()),
+        throw Error(FileSystemError::domain, static_cast<int>(saveFile.error()),
                     fmt::format("{}: {} ({})",
                                 localized("Datei konnte nicht geschrieben werden", "Could not write file"),
                                 file.string(), reason));
@@ -29,7 +30,7 @@ bool pathExists(const std::filesystem::path& path) noexcept {
 }
 
 Error fileSystemError(const std::string& what, const std::filesystem::path& path, std::error_code reason) {
-    return Error("FileSystem", reason.value(),
+    return Error(FileSystemError::domain, reason.value(),
                  fmt::format("{}: {} ({})", what, path.string(), reason.message()));
 }
 

@@ -1,7 +1,8 @@
 #include "platform/process_runner.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
 
 #include <QProcess>
 #include <QStringList>
@@ -37,7 +38,7 @@ ProcessResult runProcess(const ProcessRequest& request) {
     }
     process.start();
     if (!process.waitForStarted(-1)) {
-        throw Error("Process", static_cast<int>(process.error()),
+        throw Error(ProcessError::domain, static_cast<int>(process.error()),
                     localized("Programm konnte nicht gestartet werden: ", "Could not start program: ") +
                         request.executable.string() + " (" + process.errorString().toStdString() + ")");
     }

@@ -1,6 +1,6 @@
 #include "fcpxml/xml.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>
@@ -76,6 +76,16 @@ TEST(XmlDocumentAccess, AttributeValuesRoundTripUnescaped) {
               "Q & \"R\" <S>");
     project.removeAttribute("name");
     EXPECT_FALSE(project.hasAttribute("name"));
+}
+
+TEST(XmlDocumentAccess, AMalformedXPathIsAnErrorNotAnEmptyResult) {
+    const auto document = XmlDocument::parse("<fcpxml><project name=\"p\"/></fcpxml>");
+    EXPECT_TRUE(test::throwsError([&] { document->xpath("//project[@name="); }, "XPath", 1,
+                                  "Invalid XPath expression: //project[@name="));
+    EXPECT_TRUE(test::throwsError([&] { document->first("count(//project)"); }, "XPath", 1,
+                                  "Invalid XPath expression: count(//project)"));
+    EXPECT_TRUE(document->xpath("//clip").empty());
+    EXPECT_EQ(document->xpath("//project").size(), 1u);
 }
 
 TEST(XmlDocumentSerialize, PrettyOutputIndentsAddedElementsAndKeepsTextRuns) {

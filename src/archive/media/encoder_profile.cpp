@@ -1,7 +1,5 @@
 #include "archive/media/encoder_profile.h"
 
-#include "platform/settings_store.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -70,10 +68,8 @@ EncoderProfile defaultEncoderProfile() {
 #endif
 }
 
-EncoderProfile selectedEncoderProfile() {
-    const std::optional<std::string> setting = SettingsStore::stringValue("encoder");
-    return setting ? encoderProfileNamed(*setting).value_or(defaultEncoderProfile())
-                   : defaultEncoderProfile();
+EncoderProfile selectedEncoderProfile(std::string_view name) {
+    return encoderProfileNamed(name).value_or(defaultEncoderProfile());
 }
 
 std::string ffmpegSeconds(double seconds) {

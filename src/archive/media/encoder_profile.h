@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive/planning/interval_merger.h"
-#include "fcpxml/rational.h"
+#include "time/rational.h"
 
 #include <filesystem>
 #include <optional>
@@ -23,8 +23,8 @@ std::string_view encoderProfileName(EncoderProfile profile);
 std::optional<EncoderProfile> encoderProfileNamed(std::string_view name);
 /// The platform's profile: VideoToolbox on macOS, libx265 elsewhere.
 EncoderProfile defaultEncoderProfile();
-/// The profile the setting "encoder" names, else the platform's.
-EncoderProfile selectedEncoderProfile();
+/// The profile a run's encoder setting names, else the platform's (also for an empty name).
+EncoderProfile selectedEncoderProfile(std::string_view name);
 
 /// Seconds as ffmpeg reads them: six decimals, independent of the locale.
 std::string ffmpegSeconds(double seconds);

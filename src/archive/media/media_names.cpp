@@ -1,6 +1,6 @@
 #include "archive/media/media_names.h"
 
-#include "core/export_context.h"
+#include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
 #include <fmt/format.h>

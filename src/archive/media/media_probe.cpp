@@ -21,9 +21,9 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
 }
 
 // Runs ffprobe and returns its standard output.
-std::string runProbe(const std::vector<std::string>& arguments) {
+std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools) {
     std::string standardError;
-    ProcessRequest request{locateFFprobe(), arguments, std::nullopt, true, {}, {}};
+    ProcessRequest request{locateFFprobe(tools), arguments, std::nullopt, true, {}, {}};
     request.standardErrorChunk = [&](std::string_view chunk) { standardError.append(chunk); };
     const ProcessResult result = runProcess(request);
     if (result.exitStatus != 0) {
@@ -117,17 +117,18 @@ std::vector<std::string> durationProbeArguments(const std::filesystem::path& fil
     return probeArguments("stream=time_base,duration_ts:format=duration", file);
 }
 
-ProbeResult probeCodec(const std::filesystem::path& file) {
-    return parseCodecProbe(runProbe(codecProbeArguments(file)));
+ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools) {
+    return parseCodecProbe(runProbe(codecProbeArguments(file), tools));
 }
 
-Rational probeDuration(const std::filesystem::path& file) {
-    return parseDurationProbe(runProbe(durationProbeArguments(file)));
+Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools) {
+    return parseDurationProbe(runProbe(durationProbeArguments(file), tools));
 }
 
-bool hasAudioStream(const std::filesystem::path& file) {
+bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools) {
     try {
-        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0")))).has_value();
+        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0"), tools)))
+            .has_value();
     } catch (const Error&) {
         return false;
     }

@@ -6,12 +6,13 @@
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
-#include "core/error.h"
-#include "core/language.h"
-#include "core/uuid.h"
-#include "fcpxml/decimal_text.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
+#include "base/uuid.h"
 #include "fcpxml/resource_index.h"
 #include "platform/file_write.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 
@@ -91,7 +92,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i]);
+            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -148,7 +149,7 @@ std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outp
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source)),
+                            FFProbe::hasAudioStream(job.source, job.context.tools)),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -217,11 +218,13 @@ void requireWrittenOutput(const std::filesystem::path& output) {
 void validateFallbackTarget(const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(target, status))) {
-        throw Error("FallbackValidation", 1, "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::notRegularFile,
+                    "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     }
     const std::uintmax_t size = std::filesystem::file_size(target, status);
     if (status || size == 0) {
-        throw Error("FallbackValidation", 2, "Ziel-Datei hat Größe 0");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::emptyFile,
+                    "Ziel-Datei hat Größe 0");
     }
 }
 
@@ -261,12 +264,12 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 source,
                 fileNameExtension(source.filename().string()),
                 false,
-                selectedEncoderProfile(),
+                selectedEncoderProfile(context.encoder),
                 [&, progressStep, progressSteps](double seconds) {
                     reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
                 }};
     try {
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
         std::vector<Rational> drifts = cut(job, outputs);
         requireWrittenOutput(outputs.output);
         context.bundledAssets->registerAsset(plan.assetID,

@@ -1,9 +1,9 @@
 #include "archive/media/tool_runner.h"
 
 #include "archive/media/media_probe.h"
-#include "core/error.h"
+#include "base/error.h"
+#include "base/error_codes.h"
 #include "platform/process_runner.h"
-#include "platform/settings_store.h"
 #include "platform/system_paths.h"
 
 #include <fmt/format.h>
@@ -24,18 +24,6 @@ bool isExecutableFile(const std::filesystem::path& path) {
                std::filesystem::perms::none;
 }
 
-std::optional<std::filesystem::path> configuredTool(const char* environmentVariable,
-                                                    const std::string& settingKey) {
-    if (const char* value = std::getenv(environmentVariable); value && *value) {
-        return std::filesystem::path(value);
-    }
-    if (const std::optional<std::string> setting = SettingsStore::stringValue(settingKey);
-        setting && !setting->empty()) {
-        return std::filesystem::path(*setting);
-    }
-    return std::nullopt;
-}
-
 std::optional<std::filesystem::path> onSearchPath(const std::string& name) {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path ? path : "");
@@ -49,9 +37,9 @@ std::optional<std::filesystem::path> onSearchPath(const std::string& name) {
 }
 
 // The configured tool, the one shipped next to the executable, or the system's.
-std::optional<std::filesystem::path> locateTool(const std::string& name, const char* environmentVariable) {
-    if (const auto configured = configuredTool(environmentVariable, name + "Path");
-        configured && isExecutableFile(*configured)) {
+std::optional<std::filesystem::path> locateTool(const std::string& name,
+                                                const std::filesystem::path& configured) {
+    if (isExecutableFile(configured)) {
         return configured;
     }
     if (const std::filesystem::path shipped = executableFolder() / name; isExecutableFile(shipped)) {
@@ -93,15 +81,15 @@ std::uintmax_t fileSizeOrZero(const std::filesystem::path& file) {
 
 }  // namespace
 
-std::filesystem::path locateFFmpeg() {
-    if (auto found = locateTool("ffmpeg", "TIDYREEL_FFMPEG")) {
+std::filesystem::path locateFFmpeg(const ToolPaths& tools) {
+    if (auto found = locateTool("ffmpeg", tools.ffmpeg)) {
         return *found;
     }
-    throw Error("ffmpeg", -1, "ffmpeg binary nicht im App-Bundle gefunden");
+    throw Error(FfmpegError::domain, FfmpegError::notFound, "ffmpeg binary nicht im App-Bundle gefunden");
 }
 
-std::filesystem::path locateFFprobe() {
-    if (auto found = locateTool("ffprobe", "TIDYREEL_FFPROBE")) {
+std::filesystem::path locateFFprobe(const ToolPaths& tools) {
+    if (auto found = locateTool("ffprobe", tools.ffprobe)) {
         return *found;
     }
     throw ProbeError("ffprobe binary nicht im App-Bundle gefunden");
@@ -110,7 +98,7 @@ std::filesystem::path locateFFprobe() {
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress) {
-    const std::filesystem::path ffmpeg = locateFFmpeg();
+    const std::filesystem::path ffmpeg = locateFFmpeg(context.tools);
     context.log(LogEntryType::info, fmt::format("    {}: ffmpeg {}", label, loggedCommandLine(arguments)));
     StandardErrorBuffer standardError;
     ProcessRequest request{ffmpeg, arguments, workingDirectory, false, {}, {}};
@@ -127,7 +115,7 @@ void runFFmpeg(const std::vector<std::string>& arguments, const std::string& lab
         return;
     }
     context.log(LogEntryType::error, "    ffmpeg stderr (tail):\n" + standardErrorTail(standardError.text()));
-    throw Error("ffmpeg", status, fmt::format("ffmpeg failed with status {}", status));
+    throw Error(FfmpegError::domain, status, fmt::format("ffmpeg failed with status {}", status));
 }
 
 void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
@@ -152,7 +140,8 @@ void runCopy(const std::filesystem::path& source, const std::filesystem::path& t
     const std::string text = isValidUTF8(bytes) ? bytes : "<nicht dekodierbar>";
     context.log(LogEntryType::error, "     /bin/cp stderr: " + trimmedWhitespace(text));
     context.log(LogEntryType::error, fmt::format("     /bin/cp exit code: {}", status));
-    throw Error("cp", status, fmt::format("/bin/cp failed with status {}", status), {{"stderr", text}});
+    throw Error(CopyError::domain, status, fmt::format("/bin/cp failed with status {}", status),
+                {{"stderr", text}});
 }
 
 void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/export_context.h"
+#include "pipeline/export_context.h"
 
 #include <filesystem>
 #include <functional>
@@ -14,15 +14,15 @@ namespace tidyreel {
 /// Called while a tool runs with how far it has got: seconds of media written, or bytes copied.
 using ToolProgress = std::function<void(double)>;
 
-/// The ffmpeg to run: the configured one (`TIDYREEL_FFMPEG` or the setting "ffmpegPath"), then the one
-/// next to the executable, then the first on `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
-std::filesystem::path locateFFmpeg();
+/// The ffmpeg to run: the run's configured one, then the one next to the executable, then the first on
+/// `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
+std::filesystem::path locateFFmpeg(const ToolPaths& tools);
 
-/// The ffprobe to run, looked for like ffmpeg (`TIDYREEL_FFPROBE`, "ffprobePath"); throws `ProbeError`.
-std::filesystem::path locateFFprobe();
+/// The ffprobe to run, looked for like ffmpeg; throws `ProbeError`.
+std::filesystem::path locateFFprobe(const ToolPaths& tools);
 
-/// Runs ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the last 10
-/// lines of its standard error and throws `Error` ("ffmpeg", status). `progress` hears the media time
+/// Runs the context's ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the
+/// last 10 lines of its standard error and throws `Error` ("ffmpeg", status). `progress` hears the media time
 /// ffmpeg reports while it encodes.
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,

@@ -2,9 +2,9 @@
 
 #include "archive/planning/interval_merger.h"
 #include "archive/planning/speed_maps.h"
-#include "fcpxml/rational.h"
 #include "fcpxml/resource_index.h"
 #include "fcpxml/xml.h"
+#include "time/rational.h"
 
 #include <optional>
 #include <string>

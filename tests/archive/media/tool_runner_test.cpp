@@ -21,8 +21,7 @@ protected:
 
     // Installs a stand-in ffmpeg running `body`.
     void standInFFmpeg(const std::string& body) {
-        environment = std::make_unique<ScopedEnvironment>(
-            "TIDYREEL_FFMPEG", test::writeScript(folder / "bin" / "ffmpeg", body).string());
+        context.tools.ffmpeg = test::writeScript(folder / "bin" / "ffmpeg", body);
     }
 
     // Runs ffmpeg and returns the error it throws.
@@ -37,7 +36,6 @@ protected:
     }
 
     test::TempFolder folder;
-    std::unique_ptr<ScopedEnvironment> environment;
     LogCollector log;
     ExportContext context;
 };
@@ -74,14 +72,14 @@ TEST_F(ToolRunner, StandardErrorThatIsNotUTF8) {
 }
 
 TEST_F(ToolRunner, MissingFFmpegFailsBeforeAnyLine) {
-    const ScopedEnvironment noConfiguredTool("TIDYREEL_FFMPEG", (folder / "nothing").string());
+    context.tools = {folder / "nothing", folder / "nothing"};
     const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
     const Error error = failure();
     EXPECT_EQ(error.domain(), "ffmpeg");
     EXPECT_EQ(error.code(), -1);
     EXPECT_STREQ(error.what(), "ffmpeg binary nicht im App-Bundle gefunden");
     EXPECT_TRUE(log.lines().empty());
-    EXPECT_THROW(locateFFprobe(), ProbeError);
+    EXPECT_THROW(locateFFprobe(context.tools), ProbeError);
 }
 
 TEST_F(ToolRunner, ReportsProgressFromTheEncoderStatistics) {

@@ -1,0 +1,19 @@
+#include "base/error.h"
+
+namespace tidyreel {
+
+Error::Error(std::string domain, int code, const std::string& description,
+             std::map<std::string, std::string> userInfo)
+    : std::runtime_error(description),
+      domain_(std::move(domain)),
+      code_(code),
+      userInfo_(std::move(userInfo)) {}
+
+Error asError(const std::exception& failure) {
+    if (const auto* error = dynamic_cast<const Error*>(&failure)) {
+        return *error;
+    }
+    return Error(ProcessingError::domain, ProcessingError::unexpectedFailure, failure.what());
+}
+
+}  // namespace tidyreel

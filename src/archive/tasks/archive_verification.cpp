@@ -117,8 +117,8 @@ private:
             }
         }
         const Rational declared = FCPXMLTime::time(asset, "duration");
-        if (declared <= Rational::zero()) {
-            return;  // stills
+        if (declared <= Rational::zero() || asset.attribute("hasVideo") != "1") {
+            return;  // stills have no length; the probe measures the picture stream, so sound is not measured
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {

@@ -7,8 +7,10 @@ namespace tidyreel {
 /// "Processing": the pipeline runner.
 namespace ProcessingError {
 inline constexpr const char* domain = "Processing";
-inline constexpr int noOutputFolder = 1;     ///< a run was started without an output folder
-inline constexpr int unexpectedFailure = 2;  ///< a failure of no domain of ours (e.g. out of memory)
+inline constexpr int noOutputFolder = 1;      ///< a run was started without an output folder
+inline constexpr int unexpectedFailure = 2;   ///< a failure of no domain of ours (e.g. out of memory)
+inline constexpr int incompleteArchive = 3;   ///< an archive run could not put every source into the bundle
+inline constexpr int archiveCheckFailed = 4;  ///< the written archive bundle failed its own check
 }  // namespace ProcessingError
 
 /// "XMLParser": reading an FCPXML document.

@@ -23,6 +23,7 @@ struct ArchiveOptions {
     std::optional<double> minSegment;
     std::string encoder;
     bool dryRun = false;
+    bool allowOffline = false;
 };
 
 std::set<std::string> splitRoles(const std::string& text) {
@@ -59,6 +60,10 @@ int dryRun(ContentViewModel& controller) {
         return exitWorkflowFailed;
     }
     std::cout << '\n' << formatPlanTable(*planning);
+    for (const AssetDecision* decision : unavailableSources(*planning)) {
+        controller.addLog(LogEntryType::warning,
+                          "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);
+    }
     return exitSuccess;
 }
 
@@ -81,6 +86,8 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
         ->check(CLI::IsMember({std::string(encoderProfileName(EncoderProfile::libx265)),
                                std::string(encoderProfileName(EncoderProfile::hevcVideoToolbox))}));
     command->add_flag("--dry-run", options->dryRun, "Analyse and plan only; create and write nothing");
+    command->add_flag("--allow-offline", options->allowOffline,
+                      "Archive without missing sources (each is named in a warning) instead of failing");
     command->callback([options, &exitStatus] {
         CliSession session(options->workflow.common);
         ContentViewModel& controller = session.controller();
@@ -90,6 +97,7 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
             return;
         }
         applySettings(controller, *options);
+        controller.setAllowOffline(options->allowOffline);
         if (options->dryRun) {
             exitStatus = dryRun(controller);
             return;

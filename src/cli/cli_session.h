@@ -67,5 +67,7 @@ void registerDescribeCommand(CLI::App& app, int& exitStatus);
 void registerArchiveCommand(CLI::App& app, int& exitStatus);
 /// `tidyreel install-titles FOLDER` and `tidyreel install-effect FOLDER`: the template installers.
 void registerInstallCommands(CLI::App& app, int& exitStatus);
+/// `verify BUNDLE`: the archive's self-check on a bundle, one line per problem.
+void registerVerifyCommand(CLI::App& app, int& exitStatus);
 
 }  // namespace tidyreel::cli

@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
     tidyreel::cli::registerDescribeCommand(app, exitStatus);
     tidyreel::cli::registerArchiveCommand(app, exitStatus);
     tidyreel::cli::registerInstallCommands(app, exitStatus);
+    tidyreel::cli::registerVerifyCommand(app, exitStatus);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

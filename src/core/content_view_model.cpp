@@ -314,6 +314,7 @@ RunSettings ContentViewModel::runSettings() const {
     settings.includedRoles = includedRoles_;
     settings.buffer = buffer_;
     settings.minSegment = minSegment_;
+    settings.allowOffline = allowOffline_;
     settings.exportChapterMarkers = exportChapterMarkers_;
     settings.exportVideoDescription = exportVideoDescription_;
     settings.youtubeDescription1 = youtubeDescription1_;

@@ -121,6 +121,8 @@ public:
     const std::optional<std::string>& outputDirectoryBookmark() const { return outputDirectoryBookmark_; }
     double buffer() const { return buffer_; }
     double minSegment() const { return minSegment_; }
+    /// Whether the next archive run may leave out missing sources (per run, not remembered).
+    void setAllowOffline(bool allow) { allowOffline_ = allow; }
     const std::string& youtubeDescription1() const { return youtubeDescription1_; }
     const std::string& youtubeDescription2() const { return youtubeDescription2_; }
     bool exportChapterMarkers() const { return exportChapterMarkers_; }
@@ -178,6 +180,7 @@ private:
     std::optional<std::string> outputDirectoryBookmark_;
     double buffer_ = 10.0;
     double minSegment_ = 20.0;
+    bool allowOffline_ = false;
     std::string youtubeDescription1_;
     std::string youtubeDescription2_;
     bool exportChapterMarkers_ = false;

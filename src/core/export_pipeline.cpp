@@ -2,6 +2,7 @@
 
 #include "archive/media/bundled_asset_registry.h"
 #include "archive/tasks/archive_bundle_write_task.h"
+#include "archive/tasks/archive_verification.h"
 #include "archive/tasks/clip_trimming_export_task.h"
 #include "base/error.h"
 #include "base/error_codes.h"
@@ -127,6 +128,7 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     std::vector<std::unique_ptr<ArchiveExportTask>> tasks;
     tasks.push_back(std::make_unique<ClipTrimmingExportTask>("Clips schneiden", true));
     tasks.push_back(std::make_unique<ArchiveBundleWriteTask>("Bundle schreiben", true));
+    tasks.push_back(std::make_unique<ArchiveVerifyTask>("Archiv prüfen", true));
     return tasks;
 }
 

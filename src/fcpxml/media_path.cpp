@@ -10,8 +10,10 @@ namespace tidyreel::MediaPath {
 namespace {
 
 constexpr std::string_view kFileScheme = "file://";
-// FCPXML may name the local host in the path; "/localhost/a" means "/a".
+// A file URL may name the local host: "file://localhost/a" means "/a"; some writers put it in the path
+// ("file:///localhost/a").
 constexpr std::string_view kLocalhostPrefix = "/localhost/";
+constexpr std::string_view kLocalhostAuthority = "localhost/";
 
 std::optional<int> hexDigitValue(char c) noexcept {
     if (c >= '0' && c <= '9') {
@@ -91,6 +93,9 @@ std::string path(std::string_view fromURL) {
     std::string_view text = fromURL;
     if (text.starts_with(kFileScheme)) {
         text.remove_prefix(kFileScheme.size());
+        if (text.starts_with(kLocalhostAuthority)) {
+            text.remove_prefix(kLocalhostAuthority.size() - 1);
+        }
     }
     if (text.starts_with(kLocalhostPrefix)) {
         text.remove_prefix(kLocalhostPrefix.size() - 1);
@@ -107,6 +112,14 @@ std::string url(std::string_view fromPath) {
         absolute = (std::filesystem::current_path() / absolute).string();
     }
     return std::string(kFileScheme) + percentEncoded(absolute);
+}
+
+std::string relativeURL(std::string_view relativePath) {
+    return percentEncoded(relativePath);
+}
+
+bool isRelative(std::string_view src) {
+    return !src.empty() && !src.starts_with('/') && src.find(':') == std::string_view::npos;
 }
 
 }  // namespace tidyreel::MediaPath

@@ -1,5 +1,7 @@
 #include "fcpxml/resource_index.h"
 
+#include "fcpxml/media_path.h"
+
 namespace tidyreel {
 
 ResourceIndex::ResourceIndex(const XmlDocument& document)
@@ -60,6 +62,33 @@ std::optional<std::string> assetMediaSource(XmlElement asset) {
         return firstWithSource.attribute("src");
     }
     return asset.attribute("src");
+}
+
+void resolveRelativeSources(XmlDocument& document, const std::filesystem::path& projectFolder) {
+    const auto resolve = [&](XmlElement element) {
+        const std::optional<std::string> src = element.attribute("src");
+        if (src && MediaPath::isRelative(*src)) {
+            element.setAttribute(
+                "src", MediaPath::url((std::filesystem::absolute(projectFolder) / MediaPath::path(*src))
+                                          .lexically_normal()
+                                          .string()));
+        }
+    };
+    const ResourceIndex index(document);
+    if (!index.resources()) {
+        return;
+    }
+    for (XmlElement asset : index.resources().children()) {
+        if (asset.name() != "asset") {
+            continue;
+        }
+        resolve(asset);
+        for (XmlElement rep : asset.children()) {
+            if (rep.name() == "media-rep") {
+                resolve(rep);
+            }
+        }
+    }
 }
 
 }  // namespace tidyreel

@@ -2,6 +2,7 @@
 
 #include "fcpxml/xml.h"
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -37,5 +38,9 @@ private:
 /// The `src` of an asset's media: the first `media-rep` of kind "original-media", else the first
 /// `media-rep` with a `src`, else (FCPXML before 1.9) the asset's own `src`; no value without one.
 std::optional<std::string> assetMediaSource(XmlElement asset);
+
+/// Turns every relative media `src` of the document's assets into a file URL below `projectFolder` (the
+/// folder of the project file, or the bundle): relative references never depend on the current folder.
+void resolveRelativeSources(XmlDocument& document, const std::filesystem::path& projectFolder);
 
 }  // namespace tidyreel

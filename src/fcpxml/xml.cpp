@@ -206,6 +206,12 @@ void XmlElement::removeChildren(std::string_view name) {
     }
 }
 
+void XmlElement::remove() {
+    xmlUnlinkNode(node_);
+    xmlFreeNode(node_);
+    node_ = nullptr;
+}
+
 XmlElement XmlElement::insertChildBefore(const char* name, XmlElement sibling) {
     xmlNodePtr element = xmlNewDocNode(node_->doc, nullptr, xmlText(name), nullptr);
     return XmlElement(xmlAddPrevSibling(sibling.node(), element));

@@ -83,6 +83,8 @@ public:
     XmlElement appendChild(const char* name);
     /// Removes every element child named `name` with everything below it.
     void removeChildren(std::string_view name);
+    /// Removes this element with everything below it from the document; the handle is null afterwards.
+    void remove();
     /// Inserts a new, empty element named `name` right before `sibling` (a child of this element).
     XmlElement insertChildBefore(const char* name, XmlElement sibling);
 

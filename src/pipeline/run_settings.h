@@ -22,6 +22,7 @@ struct RunSettings {
     std::set<std::string> includedRoles;    ///< roles the user left enabled (archive)
     double buffer = 10.0;                   ///< trim handle length in seconds (archive)
     double minSegment = 20.0;               ///< minimum segment length in seconds (archive)
+    bool allowOffline = false;              ///< archive: leave out missing sources (with a warning)
     bool exportChapterMarkers = false;      ///< description workflow: the chapter list
     bool exportVideoDescription = false;    ///< description workflow: the description texts
     std::string youtubeDescription1;        ///< first description text from the settings

@@ -41,10 +41,11 @@ TEST(TaskLists, EveryWorkflowGetsItsTasksAndDescriptionRunsExactlyOnePerSwitchCo
         EXPECT_EQ(chapters->includeDescriptions, descriptions);
     }
     const auto archive = makeArchiveTaskList();
-    ASSERT_EQ(archive.size(), 2u);
+    ASSERT_EQ(archive.size(), 3u);
     EXPECT_EQ(archive[0]->taskName, "Clips schneiden");
     EXPECT_EQ(archive[1]->taskName, "Bundle schreiben");
-    EXPECT_TRUE(archive[0]->isEnabled && archive[1]->isEnabled);
+    EXPECT_EQ(archive[2]->taskName, "Archiv prüfen");
+    EXPECT_TRUE(archive[0]->isEnabled && archive[1]->isEnabled && archive[2]->isEnabled);
 }
 
 class PipelineRun : public test::CoreTest {

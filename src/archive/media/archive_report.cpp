@@ -59,14 +59,21 @@ std::string percentText(double percent) {
     return fmt::format("{:.1f}", percent);
 }
 
+// An archive larger than its sources says so in words, never as a negative saving.
+std::string growthText(double saving) {
+    return fmt::format("{} {}% {}", localized("Archiv", "archive"), percentText(-saving),
+                       localized("größer als das Original", "larger than the original"));
+}
+
 }  // namespace
 
 ArchiveReport computeArchiveReport(const ArchiveExportContext& context) {
     const ArchiveReport report{Clock::now(), sourceSizes(context), folderSize(archiveMediaFolder(context))};
-    context.log(
-        LogEntryType::success,
-        fmt::format("Report: Original {} → Archiv {} (\u2212{}%)", formatFileByteCount(report.originalSize),
-                    formatFileByteCount(report.archiveSize), percentText(archiveSavingPercent(report))));
+    const double saving = archiveSavingPercent(report);
+    context.log(LogEntryType::success,
+                fmt::format("Report: Original {} → Archiv {} ({})", formatFileByteCount(report.originalSize),
+                            formatFileByteCount(report.archiveSize),
+                            saving < 0 ? growthText(saving) : "\u2212" + percentText(saving) + "%"));
     return report;
 }
 
@@ -90,8 +97,10 @@ double archiveSavingPercent(const ArchiveReport& report) {
 }
 
 std::string archiveReportLine(const ArchiveReport& report) {
-    return fmt::format("Original {} → Archiv {} → Ersparnis {}%", formatFileByteCount(report.originalSize),
-                       formatFileByteCount(report.archiveSize), percentText(archiveSavingPercent(report)));
+    const double saving = archiveSavingPercent(report);
+    return fmt::format("Original {} → Archiv {} → {}", formatFileByteCount(report.originalSize),
+                       formatFileByteCount(report.archiveSize),
+                       saving < 0 ? growthText(saving) : "Ersparnis " + percentText(saving) + "%");
 }
 
 std::string archiveNotificationBody(const std::optional<ArchiveReport>& report) {

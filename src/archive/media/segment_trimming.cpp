@@ -204,6 +204,18 @@ void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
     }
 }
 
+// A tool may exit with 0 and still leave nothing behind; that is no trimmed file.
+void requireWrittenOutput(const std::filesystem::path& output) {
+    std::error_code status;
+    const std::uintmax_t size = std::filesystem::file_size(output, status);
+    if (status || size == 0) {
+        throw Error("ffmpeg", 0,
+                    localized("ffmpeg meldete Erfolg, hat aber keine Datei geschrieben: ",
+                              "ffmpeg reported success but wrote no file: ") +
+                        output.filename().string());
+    }
+}
+
 void validateFallbackTarget(const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(target, status))) {
@@ -240,9 +252,10 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                        int progressSteps) {
     const std::filesystem::path source(plan.originalPath);
     // A trimmed file is written anew on every run, so an unrecorded file of the same name may be replaced.
-    const std::string name =
-        context.bundledAssets->claimMediaName(plan.originalPath, trimmedFileName(source.filename().string()),
-                                              [](const std::filesystem::path&) { return true; });
+    // Its name belongs to the asset, not just the file: two assets on one file keep different ranges.
+    const std::string name = context.bundledAssets->claimMediaName(
+        plan.originalPath + "#" + plan.assetID, trimmedFileName(source.filename().string()),
+        [](const std::filesystem::path&) { return true; });
     TrimOutputs outputs{archiveMediaFolder(context) / name, std::nullopt};
     const double total = totalLength(plan.segments).doubleValue();
     const std::string progressText =
@@ -259,6 +272,7 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
     try {
         job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
         std::vector<Rational> drifts = cut(job, outputs);
+        requireWrittenOutput(outputs.output);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});
         return {outputs.output, std::move(drifts)};

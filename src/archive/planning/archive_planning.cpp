@@ -7,6 +7,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <fstream>
+
 namespace tidyreel {
 namespace {
 
@@ -61,7 +63,36 @@ void planUsedAssets(ArchivePlanning& planning, const ExportContext& context, con
     }
 }
 
+void checkSources(ArchivePlanning& planning) {
+    for (AssetDecision& decision : planning.decisions) {
+        if (!decision.path.empty()) {
+            decision.source = sourceStateOf(decision.path);
+        }
+    }
+}
+
 }  // namespace
+
+SourceState sourceStateOf(const std::filesystem::path& path) {
+    std::error_code status;
+    if (!std::filesystem::exists(path, status)) {
+        return SourceState::missing;
+    }
+    if (!std::filesystem::is_regular_file(path, status) || !std::ifstream(path, std::ios::binary)) {
+        return SourceState::unreadable;
+    }
+    return SourceState::available;
+}
+
+std::vector<const AssetDecision*> unavailableSources(const ArchivePlanning& planning) {
+    std::vector<const AssetDecision*> unavailable;
+    for (const AssetDecision& decision : planning.decisions) {
+        if (decision.source != SourceState::available) {
+            unavailable.push_back(&decision);
+        }
+    }
+    return unavailable;
+}
 
 ArchivePlanning planArchive(const ExportContext& context) {
     context.log(LogEntryType::info, localized("Analysiere Assets...", "Analyzing assets..."));
@@ -74,9 +105,10 @@ ArchivePlanning planArchive(const ExportContext& context) {
     const Logger logger = [&context](LogEntryType type, const std::string& message) {
         context.log(type, message);
     };
-    const std::vector<AnalysedClip> clips = collectAnalysedClips(context.xmlDocument->root());
-    const UsageMap usage = collectUsedRanges(clips, context.includedRoles, logger);
+    resolveRelativeSources(*context.xmlDocument, context.sourceURL.parent_path());
     const ResourceIndex resources(*context.xmlDocument);
+    const std::vector<AnalysedClip> clips = collectAnalysedClips(*context.xmlDocument, resources);
+    const UsageMap usage = collectUsedRanges(clips, context.includedRoles, logger);
     ArchivePlanning planning;
     if (usage.empty()) {
         context.log(LogEntryType::info, "Keine Assets zum Schneiden gefunden");
@@ -85,6 +117,7 @@ ArchivePlanning planArchive(const ExportContext& context) {
         planUsedAssets(planning, context, logger, clips, usage, resources);
     }
     addUnusedAssets(planning, resources, usage);
+    checkSources(planning);
     return planning;
 }
 

@@ -16,6 +16,12 @@ struct ArchivePlanning {
     std::vector<AssetDecision> decisions;   ///< every asset of the project with its outcome, by id
 };
 
+/// Whether the file at `path` can be read.
+SourceState sourceStateOf(const std::filesystem::path& path);
+
+/// The assets whose source file the run could not read, in decision order.
+std::vector<const AssetDecision*> unavailableSources(const ArchivePlanning& planning);
+
 /// Analyses the context's document and plans every used asset, with all log lines and progress;
 /// creates and writes nothing, so it also serves as a dry run.
 ArchivePlanning planArchive(const ExportContext& context);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iostream>
+#include <stdexcept>
 #include <unordered_map>
 
 namespace tidyreel {
@@ -27,63 +28,38 @@ std::string mainRole(const std::string& role) {
     return role.substr(0, role.find('.'));
 }
 
-Rational timeOrZero(const std::optional<std::string>& text) {
-    return text ? Rational::fromFCPXML(*text).value_or(Rational::zero()) : Rational::zero();
-}
-
 std::optional<Rational> parsedTime(const std::optional<std::string>& text) {
     return text ? Rational::fromFCPXML(*text) : std::nullopt;
 }
 
-// The clip with the attributes the analysis needs, gathered in one pass over its attributes.
-AnalysedClip readClip(XmlElement element) {
-    AnalysedClip clip{element, {}, {}, {}, {}, {}, {}, {}};
-    const std::pair<std::string_view, std::optional<std::string>*> fields[] = {
-        {"name", &clip.name},
-        {"videoRole", &clip.videoRole},
-        {"start", &clip.start},
-        {"duration", &clip.duration},
-        {"audioStart", &clip.audioStart},
-        {"audioDuration", &clip.audioDuration}};
-    element.forEachAttribute([&](std::string_view name, std::string_view value) {
-        if (name == "ref") {
-            clip.ref = value;
-            return;
-        }
-        for (const auto& [fieldName, field] : fields) {
-            if (name == fieldName) {
-                *field = std::string(value);
-                return;
-            }
-        }
-    });
-    return clip;
-}
-
 // The media range one clip uses, with the split-edit line when it has its own audio range.
 UsedRange usedRangeOf(const AnalysedClip& clip, const Logger& logger) {
+    const ClipMediaRange range = clipMediaRange(clip);
+    if (clip.audioStart && Rational::fromFCPXML(*clip.audioStart)) {
+        logger(LogEntryType::info,
+               fmt::format("  ℹ️ Split-Edit erkannt in '{}' (ref={}): video=[{}..{}], gesamt=[{}..{}]",
+                           clipName(clip), clip.ref, range.video.start.toFCPXML(), range.video.end.toFCPXML(),
+                           range.used.start.toFCPXML(), range.used.end.toFCPXML()));
+    }
+    return range.used;
+}
+
+}  // namespace
+
+ClipMediaRange clipMediaRange(const AnalysedClip& clip) {
     const std::optional<TimeMap> map = FCPXMLTime::buildTimeMap(clip.element);
-    const auto mapped = [&](Rational t) { return map ? map->interpolate(t) : t; };
-    const Rational start = timeOrZero(clip.start);
-    const Rational videoStart = mapped(start);
-    const Rational videoEnd = mapped(start + timeOrZero(clip.duration));
+    const auto mapped = [&](Rational t) { return clip.mediaTime(t, map ? &*map : nullptr); };
+    const UsedRange video{mapped(clip.visible.start), mapped(clip.visible.end)};
     const std::optional<Rational> audioStart = parsedTime(clip.audioStart);
     if (!audioStart) {
-        return {videoStart, videoEnd};
+        return {video, video};
     }
     const Rational audioFrom = mapped(*audioStart);
     const std::optional<Rational> audioDuration = parsedTime(clip.audioDuration);
     const Rational audioTo =
-        audioDuration ? mapped(*audioStart + *audioDuration) : audioFrom + (videoEnd - videoStart);
-    const UsedRange used{std::min(videoStart, audioFrom), std::max(videoEnd, audioTo)};
-    logger(LogEntryType::info,
-           fmt::format("  ℹ️ Split-Edit erkannt in '{}' (ref={}): video=[{}..{}], gesamt=[{}..{}]",
-                       clipName(clip), clip.ref, videoStart.toFCPXML(), videoEnd.toFCPXML(),
-                       used.start.toFCPXML(), used.end.toFCPXML()));
-    return used;
+        audioDuration ? mapped(*audioStart + *audioDuration) : audioFrom + (video.end - video.start);
+    return {video, {std::min(video.start, audioFrom), std::max(video.end, audioTo)}};
 }
-
-}  // namespace
 
 std::string normalisedRole(const std::string& role) {
     // Split once at the first "." after any leading dots; empty parts do not count.
@@ -95,27 +71,6 @@ std::string normalisedRole(const std::string& role) {
     const std::string mainPart = role.substr(first, dot == std::string::npos ? dot : dot - first);
     const std::string subPart = dot == std::string::npos ? "" : role.substr(dot + 1);
     return subPart.empty() ? lowercased(mainPart) : lowercased(mainPart) + "." + subPart;
-}
-
-bool isAnalysedClip(XmlElement element) {
-    if (element.name() != "asset-clip") {
-        return false;
-    }
-    const XmlElement parent = element.parent();
-    return !parent || parent.name() != "event";
-}
-
-std::vector<AnalysedClip> collectAnalysedClips(XmlElement root) {
-    std::vector<AnalysedClip> clips;
-    forEachElement(root, [&](XmlElement element) {
-        if (!isAnalysedClip(element)) {
-            return;
-        }
-        if (element.hasAttribute("ref")) {
-            clips.push_back(readClip(element));
-        }
-    });
-    return clips;
 }
 
 std::set<std::string> collectIncludedAssetRefs(const std::vector<AnalysedClip>& clips,
@@ -156,8 +111,21 @@ UsageMap collectUsedRanges(const std::vector<AnalysedClip>& clips, const std::se
         if (entry == usage.end()) {
             continue;
         }
+        if (!clip.unfollowable.empty()) {
+            if (entry->second.unfollowable.empty()) {
+                entry->second.unfollowable = clip.unfollowable;
+            }
+            logger(
+                LogEntryType::warning,
+                fmt::format("  ⚠️ Asset '{}': Clip '{}' nicht nachvollziehbar ({}) → wird ganz kopiert",
+                            clip.ref, clipName(clip), clip.unfollowable));
+            continue;
+        }
         // Absurd times (beyond what 64 bits hold) must not stop the run; the asset is then kept whole.
         try {
+            if (!clip.unreadableTimes.empty()) {
+                throw std::overflow_error(clip.unreadableTimes);
+            }
             const UsedRange used = usedRangeOf(clip, logger);
             entry->second.ranges.push_back(used);
             logger(LogEntryType::info, fmt::format("  → Asset '{}': Clip '{}' nutzt {} - {} (Dauer: {})",

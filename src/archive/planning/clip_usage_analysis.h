@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/planning/interval_merger.h"
+#include "archive/planning/media_uses.h"
 #include "archive/planning/speed_maps.h"
 #include "fcpxml/resource_index.h"
 #include "fcpxml/xml.h"
@@ -22,6 +23,7 @@ using UsedRange = Segment;
 struct AssetUsage {
     std::vector<UsedRange> ranges;    ///< in walk order; may overlap and repeat
     bool hasUnreadableTimes = false;  ///< a clip's times could not be computed: never trim this asset
+    std::string unfollowable;         ///< why some use of it cannot be followed (then copied whole)
 
     bool operator==(const AssetUsage&) const = default;
 };
@@ -41,24 +43,15 @@ struct AssetInfo {
 /// A role in the form the filter compares: the main part lower-cased, a sub-role kept as written.
 std::string normalisedRole(const std::string& role);
 
-/// Whether the element is a timeline `asset-clip` (not a browser clip directly in an event).
-bool isAnalysedClip(XmlElement element);
-
-/// One timeline `asset-clip` with the attributes the analysis reads, each read once.
-struct AnalysedClip {
-    XmlElement element;                        ///< the clip
-    std::string ref;                           ///< the asset it uses
-    std::optional<std::string> name;           ///< `name`
-    std::optional<std::string> videoRole;      ///< `videoRole`
-    std::optional<std::string> start;          ///< `start`
-    std::optional<std::string> duration;       ///< `duration`
-    std::optional<std::string> audioStart;     ///< `audioStart`
-    std::optional<std::string> audioDuration;  ///< `audioDuration`
+/// The media one clip shows: its picture's range, and the range of picture and sound together (the same
+/// without a split edit).
+struct ClipMediaRange {
+    UsedRange video;  ///< through the clip's visible window
+    UsedRange used;   ///< with the split edit's audio range
 };
 
-/// Every analysed clip that has a `ref`, depth first in document order: the one walk of the tree that
-/// all collectors below share, so each reads the clips instead of the whole document.
-std::vector<AnalysedClip> collectAnalysedClips(XmlElement root);
+/// The media range a clip uses, through its time map or conform rate; throws on absurd times.
+ClipMediaRange clipMediaRange(const AnalysedClip& clip);
 
 /// The ids of assets used by a clip whose main video role is included; logs each skipped clip.
 std::set<std::string> collectIncludedAssetRefs(const std::vector<AnalysedClip>& clips,

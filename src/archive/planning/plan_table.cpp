@@ -46,6 +46,8 @@ std::string skipReasonText(SkipReason reason) {
             return localized("Bereich außerhalb der Dauer", "range outside the duration");
         case SkipReason::unreadableTimes:
             return localized("unlesbare Zeitwerte", "unreadable times");
+        case SkipReason::unfollowable:
+            return localized("Nutzung nicht nachvollziehbar", "use not followable");
         case SkipReason::shorterThanMinSegment:
             return localized("kürzer als minSegment", "shorter than the minimum segment");
         case SkipReason::noSegments:
@@ -58,6 +60,11 @@ std::string skipReasonText(SkipReason reason) {
     return localized("nicht in der Timeline genutzt", "not used in the timeline");
 }
 
+std::string sourceStateText(SourceState state) {
+    return state == SourceState::missing ? localized("fehlt", "missing")
+                                         : localized("nicht lesbar", "unreadable");
+}
+
 std::string formatPlanTable(const ArchivePlanning& planning) {
     std::string table = row("Asset", localized("Datei", "File"), localized("Entscheidung", "Decision"),
                             localized("genutzt s", "used s"), localized("behalten s", "kept s"),
@@ -65,8 +72,11 @@ std::string formatPlanTable(const ArchivePlanning& planning) {
     // Totals in double precision: a report must not fail on the sums of absurd durations.
     double used = 0, kept = 0, duration = 0;
     for (const AssetDecision& decision : planning.decisions) {
-        const std::string file =
+        std::string file =
             decision.path.empty() ? "?" : std::filesystem::path(decision.path).filename().string();
+        if (decision.source != SourceState::available) {
+            file = "⚠️ " + sourceStateText(decision.source) + ": " + file;
+        }
         const double assetKept = decision.kept.doubleValue();
         const double assetDuration = decision.duration.doubleValue();
         table += row(decision.assetID, file, decisionText(decision), seconds(decision.used.doubleValue()),

@@ -220,6 +220,14 @@ void planKnownAsset(AssetDecision& decision, const AssetInfo& info, const AssetU
         decision.reason = SkipReason::jlCut;
         return;
     }
+    if (!usage.unfollowable.empty()) {
+        logger(LogEntryType::warning,
+               fmt::format(
+                   "  ⚠️ Asset {}: Nutzung nicht nachvollziehbar ({}) → übersprungen, nur kopiert", id,
+                   usage.unfollowable));
+        decision.reason = SkipReason::unfollowable;
+        return;
+    }
     if (usage.hasUnreadableTimes) {
         logger(
             LogEntryType::warning,

@@ -48,21 +48,30 @@ enum class SkipReason {
     jlCut,                  ///< a J/L cut next to a transition
     outsideDuration,        ///< a used range lies outside the media
     unreadableTimes,        ///< a clip's times cannot be computed
+    unfollowable,           ///< a use of it that the analysis cannot follow
     shorterThanMinSegment,  ///< the whole media is shorter than the minimum segment
     noSegments,             ///< nothing to keep
     noSaving,               ///< trimming would save less than one second
     notUsed,                ///< no clip of an included role uses it
 };
 
+/// Whether an asset's source file can be read, as the run would need it.
+enum class SourceState {
+    available,   ///< a readable file
+    missing,     ///< nothing at the path (offline media)
+    unreadable,  ///< present but cannot be opened, or not a regular file
+};
+
 /// The planning outcome of one asset, with the figures the plan table shows.
 struct AssetDecision {
-    std::string assetID;                      ///< the asset's id
-    std::string path;                         ///< its media file (empty when unknown)
-    SkipReason reason = SkipReason::notUsed;  ///< `none` when trimmed
-    std::optional<TrimPlan> plan;             ///< the plan when trimmed
-    Rational duration;                        ///< the asset's duration (0 when unknown)
-    Rational used;                            ///< length of the union of the used ranges
-    Rational kept;                            ///< what the archive keeps: the segments, or all of it
+    std::string assetID;                          ///< the asset's id
+    std::string path;                             ///< its media file (empty when unknown)
+    SkipReason reason = SkipReason::notUsed;      ///< `none` when trimmed
+    std::optional<TrimPlan> plan;                 ///< the plan when trimmed
+    Rational duration;                            ///< the asset's duration (0 when unknown)
+    Rational used;                                ///< length of the union of the used ranges
+    Rational kept;                                ///< what the archive keeps: the segments, or all of it
+    SourceState source = SourceState::available;  ///< whether its file can be read (when it has a path)
 };
 
 /// What the planning of one asset reads besides its own usage.

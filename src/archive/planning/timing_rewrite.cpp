@@ -96,36 +96,38 @@ void logFrameGrid(const std::string& id, const std::optional<Rational>& frame, c
     }
 }
 
-void shiftLaneChildren(XmlElement clip, Rational delta, const ExportContext& context) {
-    for (XmlElement child : clip.children()) {
-        const std::optional<std::string> lane = child.attribute("lane");
-        const auto offset = Rational::fromFCPXML(child.attribute("offset").value_or(""));
-        if (!lane || !offset) {
-            continue;
-        }
-        const Rational moved = *offset + delta;
-        child.setAttribute("offset", moved.toFCPXML());
-        context.log(
-            LogEntryType::info,
-            fmt::format("       ↳ Lane-Kind <{} lane={} name='{}'>: offset {} → {}", child.name(), *lane,
-                        child.attribute("name").value_or(""), offset->toFCPXML(), moved.toFCPXML()));
+bool isMarkerLike(std::string_view name) {
+    return name == "marker" || name == "chapter-marker" || name == "keyword" || name == "rating" ||
+           name == "analysis-marker";
+}
+
+void shiftTime(XmlElement element, const char* attribute, Rational delta) {
+    if (const auto time = Rational::fromFCPXML(element.attribute(attribute).value_or(""))) {
+        element.setAttribute(attribute, (*time + delta).toFCPXML());
     }
 }
 
-void rewriteChapterMarkers(XmlElement clip, const std::function<std::optional<Rational>(Rational)>& map,
-                           const ExportContext& context) {
-    for (XmlElement marker : clip.children()) {
-        if (marker.name() != "chapter-marker") {
-            continue;
-        }
-        const Rational start = FCPXMLTime::time(marker, "start");
-        if (const std::optional<Rational> moved = map(start)) {
-            marker.setAttribute("start", moved->toFCPXML());
-        } else {
+// Everything a clip positions in its own local time moves with it: connected clips (their offset),
+// markers, keywords and ratings (their start) and the keyframes of its effects and adjustments.
+void shiftLocalChildren(XmlElement clip, Rational delta, const ExportContext& context) {
+    for (XmlElement child : clip.children()) {
+        const std::string name(child.name());
+        if (const auto offset = Rational::fromFCPXML(child.attribute("offset").value_or(""))) {
+            const Rational moved = *offset + delta;
+            child.setAttribute("offset", moved.toFCPXML());
             context.log(
                 LogEntryType::info,
-                fmt::format("  ⚠ chapter-marker @ {} liegt außerhalb aller Segmente — unverändert gelassen",
-                            start.toFCPXML()));
+                fmt::format("       ↳ Lane-Kind <{} lane={} name='{}'>: offset {} → {}", name,
+                            child.attribute("lane").value_or("0"), child.attribute("name").value_or(""),
+                            offset->toFCPXML(), moved.toFCPXML()));
+        } else if (isMarkerLike(name)) {
+            shiftTime(child, "start", delta);
+        } else if (name.starts_with("filter-") || name.starts_with("adjust-")) {
+            forEachElement(child, [&](XmlElement inner) {
+                if (inner.name() == "keyframe") {
+                    shiftTime(inner, "time", delta);
+                }
+            });
         }
     }
 }
@@ -147,47 +149,47 @@ void rewriteLinearTimeMap(XmlElement clip, const std::string& id, Rational facto
                             newDuration.toFCPXML(), timelineEnd.toFCPXML()));
 }
 
-void rewriteClip(XmlElement clip, const AssetRewrite& rewrite, const ExportContext& context) {
+// A clip partly hidden by its container (a `video` inside a `clip`) keeps only what it shows, which lies
+// inside one kept segment.
+Rational narrowToVisible(const AnalysedClip& clip, Rational start) {
+    XmlElement element = clip.element;
+    const Rational hiddenBefore = clip.visible.start - start;
+    element.setAttribute("offset", (FCPXMLTime::time(element, "offset") + hiddenBefore).toFCPXML());
+    element.setAttribute("duration", clip.visible.length().toFCPXML());
+    return clip.visible.start;
+}
+
+void rewriteClip(const AnalysedClip& clip, const AssetRewrite& rewrite, const ExportContext& context) {
     const std::string& id = rewrite.asset.plan.assetID;
-    const std::optional<LinearSpeedMap> linear = FCPXMLTime::linearSpeedMap(clip);
-    // A linearly retimed clip counts in its own time: into media time, moved, and back.
-    const auto map = [&](Rational t) -> std::optional<Rational> {
-        if (!linear) {
-            return rewrite.mediaTime(t);
-        }
-        const std::optional<Rational> moved = rewrite.mediaTime(t * linear->factor);
-        return moved ? std::optional<Rational>(*moved / linear->factor) : std::nullopt;
-    };
-    const Rational start = FCPXMLTime::time(clip, "start");
-    const std::optional<Rational> newStart = map(start);
-    if (!newStart) {
-        context.log(
-            LogEntryType::error,
-            fmt::format("  ✗ {} asset-clip @ {}: liegt außerhalb aller Segmente — FCP wird diesen Clip nicht "
-                        "auflösen können!",
-                        id, start.toFCPXML()));
+    XmlElement element = clip.element;
+    const std::optional<LinearSpeedMap> linear = FCPXMLTime::linearSpeedMap(element);
+    const std::optional<TimeMap> map = FCPXMLTime::buildTimeMap(element);
+    const Rational start = FCPXMLTime::time(element, "start");
+    const Rational shownFrom = clip.mediaTime(clip.visible.start, map ? &*map : nullptr);
+    const std::optional<Rational> movedFrom = rewrite.mediaTime(shownFrom);
+    if (!movedFrom) {
+        context.log(LogEntryType::error,
+                    fmt::format("  ✗ {} {} @ {}: liegt außerhalb aller Segmente — FCP wird diesen Clip nicht "
+                                "auflösen können!",
+                                id, element.name(), start.toFCPXML()));
         return;
     }
-    clip.setAttribute("start", newStart->toFCPXML());
-    shiftLaneChildren(clip, *newStart - start, context);
-    if (const auto audioStart = Rational::fromFCPXML(clip.attribute("audioStart").value_or(""))) {
-        if (const std::optional<Rational> moved = map(*audioStart)) {
-            clip.setAttribute("audioStart", moved->toFCPXML());
-            context.log(LogEntryType::info, fmt::format("  → {} asset-clip: audioStart {} → {}", id,
-                                                        audioStart->toFCPXML(), moved->toFCPXML()));
-        } else {
-            context.log(
-                LogEntryType::info,
-                fmt::format("  ⚠ {} audioStart @ {} liegt außerhalb aller Segmente — unverändert gelassen",
-                            id, audioStart->toFCPXML()));
-        }
+    // Every local time of the clip moves by the same amount; a retimed clip counts local time at its speed.
+    const Rational delta = (*movedFrom - shownFrom) / (linear ? linear->factor : Rational::one());
+    const Rational newStart = (clip.isPartlyHidden() ? narrowToVisible(clip, start) : start) + delta;
+    element.setAttribute("start", newStart.toFCPXML());
+    shiftLocalChildren(element, delta, context);
+    if (const auto audioStart = Rational::fromFCPXML(element.attribute("audioStart").value_or(""))) {
+        element.setAttribute("audioStart", (*audioStart + delta).toFCPXML());
+        context.log(LogEntryType::info,
+                    fmt::format("  → {} {}: audioStart {} → {}", id, element.name(), audioStart->toFCPXML(),
+                                (*audioStart + delta).toFCPXML()));
     }
-    rewriteChapterMarkers(clip, map, context);
     if (linear) {
-        rewriteLinearTimeMap(clip, id, linear->factor, rewrite.newDuration, context);
+        rewriteLinearTimeMap(element, id, linear->factor, rewrite.newDuration, context);
     }
-    context.log(LogEntryType::info,
-                fmt::format("  → {} asset-clip: start {} → {}", id, start.toFCPXML(), newStart->toFCPXML()));
+    context.log(LogEntryType::info, fmt::format("  → {} {}: start {} → {}", id, element.name(),
+                                                start.toFCPXML(), newStart.toFCPXML()));
 }
 
 }  // namespace
@@ -216,10 +218,10 @@ void rewriteTiming(const std::map<std::string, TrimmedAsset>& trimmed, XmlDocume
     }
     const ResourceIndex resources(document);
     // One walk finds the clips of every asset; each asset then rewrites only its own clips.
-    std::map<std::string, std::vector<XmlElement>> clipsByAsset;
-    for (const AnalysedClip& clip : collectAnalysedClips(document.root())) {
+    std::map<std::string, std::vector<AnalysedClip>> clipsByAsset;
+    for (AnalysedClip& clip : collectAnalysedClips(document, resources)) {
         if (trimmed.contains(clip.ref)) {
-            clipsByAsset[clip.ref].push_back(clip.element);
+            clipsByAsset[clip.ref].push_back(std::move(clip));
         }
     }
     const std::string progressText = localized("Aktualisiere Zeitattribute", "Updating time attributes");
@@ -231,7 +233,7 @@ void rewriteTiming(const std::map<std::string, TrimmedAsset>& trimmed, XmlDocume
                                    frameDuration(id, resources)};
         rewriteAssetDuration(id, newDuration, resources);
         logFrameGrid(id, rewrite.frameDuration, context);
-        for (XmlElement clip : clipsByAsset[id]) {
+        for (const AnalysedClip& clip : clipsByAsset[id]) {
             // A clip whose times cannot be computed keeps them; the rest of the project is still rewritten.
             try {
                 rewriteClip(clip, rewrite, context);

@@ -7,6 +7,7 @@
 #include "archive/media/tool_runner.h"
 #include "base/language.h"
 #include "base/uuid.h"
+#include "fcpxml/media_path.h"
 #include "fcpxml/resource_index.h"
 #include "platform/file_write.h"
 #include "platform/process_runner.h"
@@ -61,7 +62,10 @@ void ArchiveBundleWriteTask::execute(ArchiveExportContext& context) const {
     createFolder(bundle / "Media", context, "  → Media-Ordner angelegt: ");
     copyContentsSidecar(context, bundle);
     if (context.bundledAssets) {
-        rewriteMediaReferences(*context.xmlDocument, *context.bundledAssets);
+        for (const std::string& id : rewriteMediaReferences(*context.xmlDocument, *context.bundledAssets)) {
+            context.log(LogEntryType::info,
+                        "  ↳ Proxy-Medien von Asset " + id + " entfernt (lagen außerhalb des Bundles)");
+        }
     }
     renameProjects(*context.xmlDocument, context.exportTimestamp + "_" + actionWord(context.actionType));
     const std::filesystem::path info = bundle / "Info.fcpxml";
@@ -100,20 +104,23 @@ void copyContentsSidecar(const ArchiveExportContext& context, const std::filesys
     }
 }
 
-void rewriteMediaReferences(XmlDocument& document, const BundledAssetRegistry& registry) {
+std::vector<std::string> rewriteMediaReferences(XmlDocument& document, const BundledAssetRegistry& registry) {
     const ResourceIndex resources(document);
+    std::vector<std::string> droppedProxies;
     for (const auto& [id, registration] : registry.snapshot()) {
         for (XmlElement asset : resources.assets(id)) {
             bool hasMediaRep = false;
+            std::vector<XmlElement> proxies;
             for (XmlElement rep : asset.children()) {
                 if (rep.name() != "media-rep") {
                     continue;
                 }
                 hasMediaRep = true;
                 if (rep.attribute("kind") != "original-media") {
+                    proxies.push_back(rep);
                     continue;
                 }
-                rep.setAttribute("src", registration.relativePath);
+                rep.setAttribute("src", MediaPath::relativeURL(registration.relativePath));
                 rep.removeChildren("bookmark");
                 if (registration.isTrimmed) {
                     const std::string uid = uuidWithoutHyphens();
@@ -121,15 +128,23 @@ void rewriteMediaReferences(XmlDocument& document, const BundledAssetRegistry& r
                     rep.setAttribute("sig", uid);
                 }
             }
+            // A proxy lies outside the bundle and no longer matches a trimmed original.
+            for (XmlElement proxy : proxies) {
+                proxy.remove();
+            }
+            if (!proxies.empty()) {
+                droppedProxies.push_back(id);
+            }
             // FCPXML before 1.9 keeps the reference on the asset itself.
             if (!hasMediaRep && asset.hasAttribute("src")) {
-                asset.setAttribute("src", registration.relativePath);
+                asset.setAttribute("src", MediaPath::relativeURL(registration.relativePath));
                 if (registration.isTrimmed) {
                     asset.setAttribute("uid", uuidWithoutHyphens());
                 }
             }
         }
     }
+    return droppedProxies;
 }
 
 void renameProjects(XmlDocument& document, const std::string& suffix) {

@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace tidyreel {
 
@@ -23,8 +24,9 @@ public:
 void copyContentsSidecar(const ArchiveExportContext& context, const std::filesystem::path& bundle);
 
 /// Points every registered asset's original media at its file in `Media`; trimmed files get a new `uid`
-/// and `sig`, since they are new media.
-void rewriteMediaReferences(XmlDocument& document, const BundledAssetRegistry& registry);
+/// and `sig`, since they are new media; their other media-reps (proxies, outside the bundle) are removed.
+/// Returns the ids of the assets that lost a proxy.
+std::vector<std::string> rewriteMediaReferences(XmlDocument& document, const BundledAssetRegistry& registry);
 
 /// Appends " (" + suffix + ")" to the name of every project.
 void renameProjects(XmlDocument& document, const std::string& suffix);

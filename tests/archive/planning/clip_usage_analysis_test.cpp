@@ -19,7 +19,7 @@ const std::set<std::string> kVideo{"Video"};
 // The used ranges of the clips in a document, with the lines logged while collecting them.
 UsageMap usedRanges(const std::shared_ptr<XmlDocument>& document, LogCollector& log,
                     const std::set<std::string>& roles = kVideo) {
-    return collectUsedRanges(collectAnalysedClips(document->root()), roles, log.logger());
+    return collectUsedRanges(collectAnalysedClips(*document, ResourceIndex(*document)), roles, log.logger());
 }
 
 TEST(RoleNormalisation, LowerCasesTheMainRoleOnly) {
@@ -98,7 +98,7 @@ TEST(AssetFacts, RolesKindsAndJLCuts) {
         "<asset-clip ref=\"r3\" audioStart=\"1s\" duration=\"1s\"><timeMap><timept time=\"0s\" value=\"0s\"/>"
         "<timept time=\"1s\" value=\"2s\"/></timeMap></asset-clip>"
         "<asset-clip ref=\"r1\" videoRole=\"\" duration=\"1s\"/>");
-    const std::vector<AnalysedClip> clips = collectAnalysedClips(document->root());
+    const std::vector<AnalysedClip> clips = collectAnalysedClips(*document, ResourceIndex(*document));
     const auto roles = collectRolesByAsset(clips);
     EXPECT_EQ(roles.at("r1"), (std::set<std::string>{"Interview.A", "Video"}));
     const auto statuses = collectTimeMapStatuses(clips);

@@ -23,7 +23,7 @@ protected:
         index_ = std::make_unique<ResourceIndex>(*document_);
         settings_ = preparePlanningSettings(buffer, minSegment, settingsLog_.logger());
         const PlanningFacts facts{settings_, statuses, roles, jlCuts, *index_};
-        return planAsset("r1", AssetUsage{ranges, unreadable}, facts, log.logger());
+        return planAsset("r1", AssetUsage{ranges, unreadable, {}}, facts, log.logger());
     }
 
     std::map<std::string, TimeMapStatus> statuses;

@@ -80,12 +80,20 @@ TEST_F(TimingRewrite, MovesStartsLanesMarkersAndAudio) {
         "<asset-clip ref=\"r1\" name=\"A\" offset=\"0s\" start=\"3600s\" duration=\"5s\"/>"
         "<asset-clip ref=\"r1\" name=\"B\" offset=\"5s\" start=\"95s\" duration=\"2s\" audioStart=\"93s\">"
         "<chapter-marker start=\"95s\" value=\"K\"/><marker start=\"96s\" value=\"M\"/>"
-        "<title lane=\"1\" offset=\"95s\" name=\"T\"/></asset-clip>",
+        "<keyword start=\"94s\" duration=\"3s\" value=\"W\"/><rating start=\"95s\" value=\"favorite\"/>"
+        "<adjust-volume><param name=\"amount\"><keyframeAnimation><keyframe time=\"96s\" value=\"-3dB\"/>"
+        "</keyframeAnimation></param></adjust-volume>"
+        "<title lane=\"1\" offset=\"95s\" name=\"T\"><marker start=\"1s\"/></title></asset-clip>",
         {{90, 100}}, {}, Rational(10));
     EXPECT_EQ(attribute("//asset-clip[@name='B']", "start"), "5s");
     EXPECT_EQ(attribute("//asset-clip[@name='B']", "audioStart"), "3s");
     EXPECT_EQ(attribute("//chapter-marker", "start"), "5s");
-    EXPECT_EQ(attribute("//marker", "start"), "96s");
+    // Everything in the clip's local time moves with it; the title's own marker counts in the title's time.
+    EXPECT_EQ(attribute("//asset-clip/marker", "start"), "6s");
+    EXPECT_EQ(attribute("//keyword", "start"), "4s");
+    EXPECT_EQ(attribute("//rating", "start"), "5s");
+    EXPECT_EQ(attribute("//keyframe", "time"), "6s");
+    EXPECT_EQ(attribute("//title/marker", "start"), "1s");
     EXPECT_EQ(attribute("//title", "offset"), "5s");
     EXPECT_EQ(attribute("//asset-clip[@name='B']", "offset"), "5s");
     EXPECT_EQ(attribute("//asset-clip[@name='A']", "start"), "3600s");

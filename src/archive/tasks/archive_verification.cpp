@@ -1,0 +1,189 @@
+#include "archive/tasks/archive_verification.h"
+
+#include "archive/media/archive_bundle.h"
+#include "archive/media/media_probe.h"
+#include "archive/media/tool_runner.h"
+#include "archive/planning/clip_usage_analysis.h"
+#include "base/error.h"
+#include "base/error_codes.h"
+#include "base/language.h"
+#include "fcpxml/fcpxml_time.h"
+#include "fcpxml/media_path.h"
+#include "fcpxml/resource_index.h"
+#include "platform/process_runner.h"
+
+#include <fmt/format.h>
+
+#include <set>
+
+namespace tidyreel {
+namespace {
+
+// A file a `src` of the bundle names, resolved the way Final Cut Pro resolves it.
+std::filesystem::path referencedFile(const std::filesystem::path& bundle, const std::string& src) {
+    const std::filesystem::path path(MediaPath::path(src));
+    return std::filesystem::weakly_canonical(MediaPath::isRelative(src) ? bundle / path : path);
+}
+
+bool isInside(const std::filesystem::path& file, const std::filesystem::path& folder) {
+    const std::filesystem::path relative = file.lexically_relative(folder);
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+std::vector<XmlElement> sourceElements(XmlElement asset) {
+    std::vector<XmlElement> elements;
+    for (XmlElement rep : asset.children()) {
+        if (rep.name() == "media-rep" && rep.hasAttribute("src")) {
+            elements.push_back(rep);
+        }
+    }
+    if (elements.empty() && asset.hasAttribute("src")) {
+        elements.push_back(asset);  // FCPXML before 1.9
+    }
+    return elements;
+}
+
+// The problem of a file that ffmpeg cannot decode to its end, if any.
+std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ToolPaths& tools) {
+    std::string standardError;
+    ProcessRequest request{locateFFmpeg(tools),
+                           {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"},
+                           std::nullopt,
+                           false,
+                           [&](std::string_view chunk) { standardError.append(chunk); },
+                           {}};
+    const int status = runProcess(request).exitStatus;
+    if (status == 0 && standardError.empty()) {
+        return std::nullopt;
+    }
+    return fmt::format("{} {} ({})", file.filename().string(),
+                       localized("lässt sich nicht bis zum Ende dekodieren", "does not decode to its end"),
+                       standardErrorTail(standardError, 1));
+}
+
+// The allowed slack between declared and measured lengths: one frame of the asset, else 1/25 s.
+Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
+    return frameDuration(asset.attribute("id").value_or(""), resources).value_or(Rational(1, 25));
+}
+
+class BundleCheck {
+public:
+    BundleCheck(std::filesystem::path bundle, ToolPaths tools)
+        : bundle_(std::filesystem::weakly_canonical(std::move(bundle))), tools_(std::move(tools)) {}
+
+    std::vector<std::string> run() {
+        std::shared_ptr<XmlDocument> document;
+        try {
+            document = XmlDocument::load(bundle_ / "Info.fcpxml");
+        } catch (const std::exception& error) {
+            return {error.what()};
+        }
+        const ResourceIndex resources(*document);
+        if (resources.resources()) {
+            for (XmlElement asset : resources.resources().children()) {
+                if (asset.name() == "asset") {
+                    checkAsset(asset, resources);
+                }
+            }
+        }
+        checkClipRanges(*document, resources);
+        return std::move(problems_);
+    }
+
+private:
+    void checkAsset(XmlElement asset, const ResourceIndex& resources) {
+        const std::string id = asset.attribute("id").value_or("?");
+        for (XmlElement element : sourceElements(asset)) {
+            const std::string src = element.attribute("src").value_or("");
+            const std::filesystem::path file = referencedFile(bundle_, src);
+            if (!isInside(file, bundle_)) {
+                problems_.push_back(
+                    fmt::format("Asset {}: {} {}", id, src,
+                                localized("liegt außerhalb des Bundles", "lies outside the bundle")));
+            } else if (!std::filesystem::is_regular_file(file)) {
+                problems_.push_back(fmt::format("Asset {}: {} {}", id, src,
+                                                localized("fehlt im Bundle", "is missing from the bundle")));
+            } else if (element.attribute("kind").value_or("original-media") == "original-media") {
+                checkMedia(asset, file, resources);
+            }
+        }
+    }
+
+    void checkMedia(XmlElement asset, const std::filesystem::path& file, const ResourceIndex& resources) {
+        if (file.stem().string().find("_trimmed") != std::string::npos &&
+            checkedDecoding_.insert(file).second) {
+            if (const std::optional<std::string> problem = decodingProblem(file, tools_)) {
+                problems_.push_back(*problem);
+            }
+        }
+        const Rational declared = FCPXMLTime::time(asset, "duration");
+        if (declared <= Rational::zero() || asset.attribute("hasVideo") != "1") {
+            return;  // stills have no length; the probe measures the picture stream, so sound is not measured
+        }
+        const std::string id = asset.attribute("id").value_or("?");
+        try {
+            const Rational real = FFProbe::probeDuration(file, tools_);
+            if (real + tolerance(asset, resources) < declared) {
+                problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
+                                                localized("ist nur", "is only"), real.toFCPXML(),
+                                                localized("angegeben", "declared"), declared.toFCPXML()));
+            }
+        } catch (const std::exception& error) {
+            problems_.push_back(fmt::format("Asset {}: {} {} ({})", id, file.filename().string(),
+                                            localized("Länge nicht lesbar", "length unreadable"),
+                                            error.what()));
+        }
+    }
+
+    void checkClipRanges(const XmlDocument& document, const ResourceIndex& resources) {
+        for (const AnalysedClip& clip : collectAnalysedClips(document, resources)) {
+            const XmlElement asset = resources.asset(clip.ref);
+            const Rational duration = asset ? FCPXMLTime::time(asset, "duration") : Rational::zero();
+            if (duration <= Rational::zero() || !clip.unfollowable.empty() || !clip.unreadableTimes.empty()) {
+                continue;
+            }
+            const Rational origin = FCPXMLTime::time(asset, "start");
+            const Rational slack = tolerance(asset, resources);
+            const UsedRange used = clipMediaRange(clip).used;
+            if (used.start + slack < origin || origin + duration + slack < used.end) {
+                problems_.push_back(fmt::format(
+                    "{} '{}' (Asset {}): {} {}..{}, {} {}..{}", clip.element.name(), clip.name.value_or("?"),
+                    clip.ref, localized("nutzt", "uses"), used.start.toFCPXML(), used.end.toFCPXML(),
+                    localized("das Asset reicht von", "the asset spans"), origin.toFCPXML(),
+                    (origin + duration).toFCPXML()));
+            }
+        }
+    }
+
+    std::filesystem::path bundle_;
+    ToolPaths tools_;
+    std::vector<std::string> problems_;
+    std::set<std::filesystem::path> checkedDecoding_;
+};
+
+}  // namespace
+
+std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools) {
+    return BundleCheck(bundle, tools).run();
+}
+
+void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
+    context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
+    const std::vector<std::string> problems = verifyArchiveBundle(archiveBundleURL(context), context.tools);
+    for (const std::string& problem : problems) {
+        context.log(LogEntryType::error, "  ✗ " + problem);
+    }
+    if (!problems.empty()) {
+        throw Error(ProcessingError::domain, ProcessingError::archiveCheckFailed,
+                    fmt::format("{}: {} {}", localized("Archiv-Prüfung", "Archive check"), problems.size(),
+                                localized("Problem(e) — die Originale werden noch gebraucht",
+                                          "problem(s) — the originals are still needed")));
+    }
+    context.log(
+        LogEntryType::success,
+        localized(
+            "  ✓ Archiv geprüft: alle Medien im Bundle, vollständig lesbar, jeder Clip in seinem Medium",
+            "  ✓ Archive checked: all media in the bundle, fully readable, every clip inside its media"));
+}
+
+}  // namespace tidyreel

@@ -68,8 +68,10 @@ Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
 
 class BundleCheck {
 public:
-    BundleCheck(std::filesystem::path bundle, ToolPaths tools)
-        : bundle_(std::filesystem::weakly_canonical(std::move(bundle))), tools_(std::move(tools)) {}
+    BundleCheck(std::filesystem::path bundle, ToolPaths tools, bool acceptMissingSources)
+        : bundle_(std::filesystem::weakly_canonical(std::move(bundle))),
+          tools_(std::move(tools)),
+          acceptMissingSources_(acceptMissingSources) {}
 
     std::vector<std::string> run() {
         std::shared_ptr<XmlDocument> document;
@@ -97,6 +99,11 @@ private:
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {
+                // A source the editor chose to archive without stays where it was; one that exists
+                // there should have been copied.
+                if (acceptMissingSources_ && !std::filesystem::exists(file)) {
+                    continue;
+                }
                 problems_.push_back(
                     fmt::format("Asset {}: {} {}", id, src,
                                 localized("liegt außerhalb des Bundles", "lies outside the bundle")));
@@ -158,18 +165,21 @@ private:
     std::filesystem::path bundle_;
     ToolPaths tools_;
     std::vector<std::string> problems_;
+    bool acceptMissingSources_;
     std::set<std::filesystem::path> checkedDecoding_;
 };
 
 }  // namespace
 
-std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools) {
-    return BundleCheck(bundle, tools).run();
+std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools,
+                                             bool acceptMissingSources) {
+    return BundleCheck(bundle, tools, acceptMissingSources).run();
 }
 
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
-    const std::vector<std::string> problems = verifyArchiveBundle(archiveBundleURL(context), context.tools);
+    const std::vector<std::string> problems =
+        verifyArchiveBundle(archiveBundleURL(context), context.tools, context.allowOffline);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

@@ -37,13 +37,18 @@ IsolatedUserFolders::IsolatedUserFolders()
     std::filesystem::create_directories(dataHome());
 }
 
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders) {
+CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders,
+                          const std::function<void()>& whileRunning) {
     const ScopedEnvironment config("XDG_CONFIG_HOME", folders.configHome().string());
     const ScopedEnvironment data("XDG_DATA_HOME", folders.dataHome().string());
     CommandResult result;
-    const ProcessResult run =
-        runProcess({TIDYREEL_BINARY, arguments, std::nullopt, true,
-                    [&](std::string_view chunk) { result.standardError.append(chunk); }, nullptr});
+    ProcessRequest request;
+    request.executable = TIDYREEL_BINARY;
+    request.arguments = arguments;
+    request.captureStandardOutput = true;
+    request.standardErrorChunk = [&](std::string_view chunk) { result.standardError.append(chunk); };
+    request.whileRunning = whileRunning;
+    const ProcessResult run = runProcess(request);
     result.exitStatus = run.exitStatus;
     result.standardOutput = run.standardOutput;
     return result;

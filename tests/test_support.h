@@ -3,6 +3,7 @@
 #include "core/export_context.h"
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -63,8 +64,10 @@ struct CommandResult {
     std::string standardError;
 };
 
-/// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits.
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders);
+/// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits;
+/// `whileRunning` is called about every 100 ms meanwhile.
+CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders,
+                          const std::function<void()>& whileRunning = {});
 
 /// Writes an executable shell script (a stand-in for a tool) and returns its path.
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);

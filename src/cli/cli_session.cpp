@@ -1,5 +1,6 @@
 #include "cli/cli_session.h"
 
+#include "cli/stop_signals.h"
 #include "core/language.h"
 #include "platform/system_paths.h"
 
@@ -28,9 +29,22 @@ CliSession::CliSession(const CommonOptions& options)
     };
     observer.progressChanged = [this](const ProcessingProgress& progress) { printProgress(progress); };
     controller_.setObserver(std::move(observer));
+    StopSignals::setStopHandler([this] { return controller_.cancelRun(); });
+}
+
+CliSession::~CliSession() {
+    StopSignals::setStopHandler({});
 }
 
 bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
+    if (const std::optional<std::filesystem::path>& source = controller_.selectedFileURL()) {
+        try {
+            refuseOutputInsideSourceBundle(*source, std::filesystem::absolute(folder));
+        } catch (const std::exception& error) {
+            std::cerr << error.what() << '\n';
+            return false;
+        }
+    }
     std::error_code status;
     std::filesystem::create_directories(folder, status);
     if (status || !std::filesystem::is_directory(folder)) {
@@ -43,6 +57,10 @@ bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
 }
 
 int CliSession::exitStatusOf(const ActionStatus& status) {
+    // A run stopped by a signal ends the way the shell expects of a program the signal ended.
+    if (const int signal = StopSignals::received(); signal != 0) {
+        return 128 + signal;
+    }
     return std::holds_alternative<ActionStatus::Success>(status.value) ? exitSuccess : exitWorkflowFailed;
 }
 

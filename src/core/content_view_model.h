@@ -11,8 +11,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -73,6 +75,10 @@ public:
     void startVideoDescription();
     /// Starts the archive workflow after the output folder's write test.
     void startArchiving();
+    /// Asks the running workflow to stop (the window's Cancel button, Ctrl-C, quitting): the running tool
+    /// is stopped, partial outputs are removed and the run ends with a "cancelled" failure line. Safe
+    /// to call from any thread; returns false when no run was busy.
+    bool cancelRun();
 
     /// Stores both description texts in the settings.
     void saveVideoDescriptions();
@@ -115,6 +121,8 @@ public:
     bool debugMode() const { return debugMode_; }
     const std::string& originalFileName() const { return originalFileName_; }
     const RoleEffectMappings& persistentEffectMappings() const { return persistentEffectMappings_; }
+    /// The loaded project's bytes when it was read from a pipe or FIFO, which cannot be read twice.
+    const std::optional<std::string>& streamedProject() const { return streamedProject_; }
 
 private:
     void loadSettings();
@@ -129,10 +137,15 @@ private:
     void finishRun(ExportActionType actionType, const std::optional<std::string>& failure);
     ActionStatus& statusOf(ExportActionType actionType);
     void notifyChanged() const;
+    /// Runs one settings write; a failure (a full disk) becomes an error line instead of ending the program.
+    void remember(const std::function<void()>& write);
 
     RunMode runMode_;
     Observer observer_;
     std::jthread worker_;
+    std::mutex stopLock_;          ///< guards the two fields below, which `cancelRun` reads from any thread
+    std::stop_source stopSource_;  ///< the busy run's stop request
+    bool runActive_ = false;       ///< whether a run is between its start and its end
 
     WorkflowTab selectedWorkflow_ = WorkflowTab::preProduction;
     std::optional<std::filesystem::path> selectedFileURL_;
@@ -162,6 +175,7 @@ private:
     bool debugMode_ = true;
     std::string originalFileName_;
     RoleEffectMappings persistentEffectMappings_;
+    std::optional<std::string> streamedProject_;  ///< the loaded project's bytes when it came from a pipe
 };
 
 }  // namespace tidyreel

@@ -1,5 +1,7 @@
 #include "core/error.h"
 
+#include "core/language.h"
+
 namespace tidyreel {
 
 Error::Error(std::string domain, int code, const std::string& description,
@@ -8,5 +10,7 @@ Error::Error(std::string domain, int code, const std::string& description,
       domain_(std::move(domain)),
       code_(code),
       userInfo_(std::move(userInfo)) {}
+
+RunCancelled::RunCancelled() : Error("Processing", 2, localized("Abgebrochen", "Cancelled")) {}
 
 }  // namespace tidyreel

@@ -27,4 +27,12 @@ private:
     std::map<std::string, std::string> userInfo_;
 };
 
+/// The run was stopped on request (Ctrl-C, SIGTERM, the window's Cancel button, quitting): no step may
+/// take it for an ordinary failure and go on.
+class RunCancelled : public Error {
+public:
+    /// Domain "Processing", code 2, "Abgebrochen" / "Cancelled".
+    RunCancelled();
+};
+
 }  // namespace tidyreel

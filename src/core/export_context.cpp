@@ -1,5 +1,6 @@
 #include "core/export_context.h"
 
+#include "core/error.h"
 #include "core/raw_value_table.h"
 
 #include <algorithm>
@@ -72,6 +73,12 @@ void ExportContext::log(LogEntryType type, const std::string& message) const {
 void ExportContext::reportProgress(int current, int total, const std::string& taskName) const {
     if (progressUpdater) {
         progressUpdater(current, total, taskName);
+    }
+}
+
+void ExportContext::throwIfCancelled() const {
+    if (stopToken.stop_requested()) {
+        throw RunCancelled();
     }
 }
 

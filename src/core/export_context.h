@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <string_view>
 
@@ -47,6 +48,7 @@ struct ExportContext {
     bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
     Logger logger;                          ///< appends a line to the processing log
     ProgressUpdater progressUpdater;        ///< reports step progress; may be empty
+    std::stop_token stopToken;              ///< set when the run is to stop (Ctrl-C, Cancel, quitting)
 
     virtual ~ExportContext() = default;
 
@@ -54,6 +56,9 @@ struct ExportContext {
     void log(LogEntryType type, const std::string& message) const;
     /// Reports progress through `progressUpdater` when there is one.
     void reportProgress(int current, int total, const std::string& taskName) const;
+
+    /// Throws `RunCancelled` when a stop was requested; called between steps that take a while.
+    void throwIfCancelled() const;
 
     /// The dated output name of this workflow at `now` (see `outputFileName` below).
     std::string outputFileName(TimePoint now = Clock::now()) const;
@@ -66,6 +71,7 @@ struct ArchiveExportContext : ExportContext {
     std::string exportTimestamp;                          ///< local time of the run's start, "yyyyMMdd_HHmm"
     std::string projectName;                              ///< name of the first project, or "Untitled"
     std::shared_ptr<BundledAssetRegistry> bundledAssets;  ///< what has been placed in the bundle
+    std::filesystem::path bundleURL;  ///< the bundle this run writes; empty: the default name (tests)
 };
 
 /// The name part of a file name: everything before the last "." (the whole name without one).

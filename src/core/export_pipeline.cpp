@@ -1,5 +1,6 @@
 #include "core/export_pipeline.h"
 
+#include "archive/media/archive_bundle.h"
 #include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/bundled_asset_registry.h"
 #include "archive/planning/clip_trimming_export_task.h"
@@ -9,9 +10,14 @@
 #include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
 #include "fcpxml/fcpxml_write_task.h"
+#include "fcpxml/project_document.h"
 #include "fcpxml/xml.h"
 #include "grading/role_effect_export_task.h"
+#include "platform/file_write.h"
 #include "platform/folder_bookmark.h"
+
+#include <algorithm>
+#include <cctype>
 
 namespace tidyreel {
 namespace {
@@ -44,6 +50,14 @@ void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folde
     logger(LogEntryType::info, "└─");
 }
 
+bool isInside(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    std::error_code status;
+    const std::filesystem::path inner = std::filesystem::weakly_canonical(path, status);
+    const std::filesystem::path outer = std::filesystem::weakly_canonical(folder, status);
+    const auto [end, unused] = std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end());
+    return !status && end == outer.end();
+}
+
 void fillContext(ExportContext& context, const PipelineRequest& request, const PipelineCallbacks& callbacks,
                  std::shared_ptr<XmlDocument> document) {
     context.sourceURL = request.sourceURL;
@@ -58,6 +72,7 @@ void fillContext(ExportContext& context, const PipelineRequest& request, const P
     context.debugMode = request.debugMode;
     context.logger = callbacks.logger;
     context.progressUpdater = callbacks.progressUpdater;
+    context.stopToken = request.stopToken;
 }
 
 template <class Task, class Context>
@@ -66,6 +81,7 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         if (!task->isEnabled) {
             continue;
         }
+        context.throwIfCancelled();
         context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
         task->execute(context);
     }
@@ -79,7 +95,17 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
     context.bundledAssets = std::make_shared<BundledAssetRegistry>();
-    runTasks(makeArchiveTaskList(), context);
+    context.bundleURL = chooseArchiveBundle(context);
+    const bool newBundle = !pathExists(context.bundleURL);
+    try {
+        runTasks(makeArchiveTaskList(), context);
+    } catch (...) {
+        if (newBundle) {
+            std::error_code ignored;
+            std::filesystem::remove_all(context.bundleURL, ignored);
+        }
+        throw;
+    }
     if (callbacks.archiveCompletion) {
         callbacks.archiveCompletion(context);
     }
@@ -129,16 +155,32 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     return tasks;
 }
 
+void refuseOutputInsideSourceBundle(const std::filesystem::path& sourceURL,
+                                    const std::filesystem::path& outputDirectory) {
+    const std::filesystem::path folder = sourceURL.parent_path();
+    std::string extension = folder.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (extension == ".fcpxmld" && isInside(outputDirectory, folder)) {
+        throw Error("Processing", 3,
+                    localized("Der Zielordner liegt im Bundle des Projekts: ",
+                              "The output folder is inside the project's bundle: ") +
+                        outputDirectory.string());
+    }
+}
+
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
     if (!request.outputDirectory) {
         throw Error("Processing", 1, "Kein Zielordner ausgewählt");
     }
+    refuseOutputInsideSourceBundle(request.sourceURL, *request.outputDirectory);
     const FolderAccessScope access(*request.outputDirectory);
     if (request.actionType == ExportActionType::archiving) {
         logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
-    std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
+    std::shared_ptr<XmlDocument> document = request.sourceBytes ? parseProjectDocument(*request.sourceBytes)
+                                                                : loadProjectDocument(request.sourceURL);
     // Every run reads the title texts, so the log shows them whichever workflow runs.
     const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
     if (request.debugMode) {

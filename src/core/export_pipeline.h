@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,8 @@ struct PipelineRequest {
     bool exportChapterMarkers = false;                             ///< description workflow: chapters
     bool exportVideoDescription = false;                           ///< description workflow: texts
     bool debugMode = true;                                         ///< tasks write their "DEBUG: " lines
+    std::stop_token stopToken;                                     ///< a stop request ends the run
+    std::optional<std::string> sourceBytes;  ///< the project's bytes when it came from a pipe (read once)
 };
 
 /// Where a run reports to.
@@ -43,8 +46,14 @@ std::vector<std::unique_ptr<ExportTask>> makeTaskList(ExportActionType actionTyp
 /// The fixed task list of the archive workflow.
 std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList();
 
+/// Throws `Error` ("Processing", 3) when `outputDirectory` lies inside the bundle that holds
+/// `sourceURL`: results written there would change the project the editor handed over.
+void refuseOutputInsideSourceBundle(const std::filesystem::path& sourceURL,
+                                    const std::filesystem::path& outputDirectory);
+
 /// Runs one workflow over a freshly parsed copy of the source document, tasks strictly in order;
-/// throws the first failure unchanged (files written before it stay).
+/// throws the first failure unchanged (files written before it stay, except an archive bundle this run
+/// created: a failed or cancelled run leaves no half-filled bundle), `RunCancelled` on a stop request.
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks);
 
 }  // namespace tidyreel

@@ -4,7 +4,26 @@
 #include "core/language.h"
 #include "platform/file_write.h"
 
+#include <fmt/format.h>
+
+#include <fstream>
+#include <iterator>
+
 namespace tidyreel {
+namespace {
+
+// Which project a bundle archives, so that a second project of the same name never writes into it.
+constexpr const char* kSourceRecordName = ".tidyreel-source";
+
+std::optional<std::string> recordedSource(const std::filesystem::path& bundle) {
+    std::ifstream stream(bundle / kSourceRecordName, std::ios::binary);
+    if (!stream) {
+        return std::nullopt;
+    }
+    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+}  // namespace
 
 std::string sanitisedProjectName(const std::string& projectName) {
     std::string name;
@@ -26,7 +45,27 @@ std::string sanitisedProjectName(const std::string& projectName) {
 }
 
 std::filesystem::path archiveBundleURL(const ArchiveExportContext& context) {
+    if (!context.bundleURL.empty()) {
+        return context.bundleURL;
+    }
     return context.outputDirectory / ("archiv_" + sanitisedProjectName(context.projectName) + ".fcpxmld");
+}
+
+std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
+    const std::string name = "archiv_" + sanitisedProjectName(context.projectName);
+    const std::string source = std::filesystem::absolute(context.sourceURL).lexically_normal().string();
+    std::error_code status;
+    for (int number = 1;; ++number) {
+        const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
+        const std::filesystem::path bundle = context.outputDirectory / (numbered + ".fcpxmld");
+        const bool holdsSource = std::filesystem::equivalent(bundle, context.sourceURL.parent_path(), status);
+        if (!std::filesystem::exists(std::filesystem::symlink_status(bundle, status))) {
+            return bundle;
+        }
+        if (!holdsSource && recordedSource(bundle) == source) {
+            return bundle;
+        }
+    }
 }
 
 std::filesystem::path archiveMediaFolder(const ArchiveExportContext& context) {
@@ -43,6 +82,17 @@ void prepareArchiveFolder(ArchiveExportContext& context) {
                                   media, status);
         }
         context.log(LogEntryType::info, "Projektordner angelegt: " + media.filename().string());
+    }
+    const std::filesystem::path bundle = archiveBundleURL(context);
+    if (!recordedSource(bundle)) {
+        writeFileAtomically(bundle / kSourceRecordName,
+                            std::filesystem::absolute(context.sourceURL).lexically_normal().string());
+    }
+    const int leftovers = removeTemporaryLeftovers(media) + removeTemporaryLeftovers(bundle);
+    if (leftovers > 0) {
+        context.log(
+            LogEntryType::info,
+            fmt::format("  ↳ {} unvollständige Datei(en) eines abgebrochenen Laufs entfernt", leftovers));
     }
     if (context.bundledAssets) {
         context.bundledAssets->openMediaNames(archiveBundleURL(context));

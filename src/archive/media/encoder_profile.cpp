@@ -70,6 +70,14 @@ EncoderProfile defaultEncoderProfile() {
 #endif
 }
 
+bool isEncoderProfileAvailable(EncoderProfile profile) {
+#ifdef __APPLE__
+    return true;
+#else
+    return profile != EncoderProfile::hevcVideoToolbox;
+#endif
+}
+
 EncoderProfile selectedEncoderProfile() {
     const std::optional<std::string> setting = SettingsStore::stringValue("encoder");
     return setting ? encoderProfileNamed(*setting).value_or(defaultEncoderProfile())

@@ -69,6 +69,11 @@ struct CommandResult {
 CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders,
                           const std::function<void()>& whileRunning = {});
 
+/// Runs `tidyreel` as `runTidyreel` does, but no file it writes may grow (`ulimit -f 0`), as on a full
+/// volume: every write fails with EFBIG.
+CommandResult runTidyreelOnFullDisk(const std::vector<std::string>& arguments,
+                                    const IsolatedUserFolders& folders);
+
 /// Writes an executable shell script (a stand-in for a tool) and returns its path.
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);
 

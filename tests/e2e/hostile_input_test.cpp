@@ -4,7 +4,6 @@
 #include "e2e/archive_media_support.h"
 #include "fcpxml/media_path.h"
 #include "fcpxml/xml.h"
-#include "platform/process_runner.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>
@@ -12,6 +11,7 @@
 
 #include <sys/stat.h>
 
+#include <cstring>
 #include <thread>
 
 namespace tidyreel::test {
@@ -110,24 +110,9 @@ TEST_F(HostileInput, OnAFullDiskNothingEarlierIsLostAndTheRunFails) {
     const std::string remembered = readTextFile(memory);
     const std::vector<std::filesystem::path> earlier = filesIn(output);
 
-    // No file may grow at all, as on a volume that is full; SIGXFSZ ignored, so writes fail with EFBIG.
-    const ScopedEnvironment config("XDG_CONFIG_HOME", user.configHome().string());
-    const ScopedEnvironment data("XDG_DATA_HOME", user.dataHome().string());
-    ProcessRequest request;
-    request.executable = "/bin/sh";
-    request.arguments = {"-c",
-                         "ulimit -f 0; trap '' XFSZ; exec \"$0\" \"$@\"",
-                         TIDYREEL_BINARY,
-                         "grade",
-                         project,
-                         "-o",
-                         output.string(),
-                         "--lang",
-                         "en",
-                         "--effect",
-                         "video=" + (folder / "Cold.moef").string()};
-    request.captureStandardOutput = true;
-    const ProcessResult full = runProcess(request);
+    const CommandResult full = runTidyreelOnFullDisk({"grade", project, "-o", output.string(), "--lang", "en",
+                                                      "--effect", "video=" + (folder / "Cold.moef").string()},
+                                                     user);
     EXPECT_EQ(full.exitStatus, 1);
     const std::vector<std::string> messages = logMessages(full.standardOutput);
     ASSERT_FALSE(messages.empty());

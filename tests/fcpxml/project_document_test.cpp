@@ -39,7 +39,7 @@ TEST(ProjectDocument, OnlyAnFCPXMLRootWithAReadableVersionIsAProject) {
 
     const Error old = refusal("<fcpxml version=\"1.2\"><project/></fcpxml>");
     EXPECT_EQ(old.code(), 2);
-    EXPECT_STREQ(old.what(), "FCPXML-Version 1.2 wird nicht unterstützt (Tidyreel liest 1.3 bis 1.13)");
+    EXPECT_STREQ(old.what(), "FCPXML version 1.2 is not supported (Tidyreel reads 1.3 to 1.13)");
     for (const char* version : {"2.0", "1", "1.x", "1.11beta", "", "-1.5"}) {
         EXPECT_EQ(refusal(std::string("<fcpxml version=\"") + version + "\"/>").code(), 2) << version;
     }

@@ -23,6 +23,12 @@ std::optional<std::string> recordedSource(const std::filesystem::path& bundle) {
     return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
 }
 
+// The project's absolute path: what tells two projects of the same name apart.
+std::string projectIdentity(const std::filesystem::path& sourceURL) {
+    std::error_code status;
+    return std::filesystem::absolute(sourceURL, status).lexically_normal().string();
+}
+
 }  // namespace
 
 std::string sanitisedProjectName(const std::string& projectName) {
@@ -53,7 +59,7 @@ std::filesystem::path archiveBundleURL(const ArchiveExportContext& context) {
 
 std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
     const std::string name = "archiv_" + sanitisedProjectName(context.projectName);
-    const std::string source = std::filesystem::absolute(context.sourceURL).lexically_normal().string();
+    const std::string source = projectIdentity(context.sourceURL);
     std::error_code status;
     for (int number = 1;; ++number) {
         const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
@@ -85,8 +91,7 @@ void prepareArchiveFolder(ArchiveExportContext& context) {
     }
     const std::filesystem::path bundle = archiveBundleURL(context);
     if (!recordedSource(bundle)) {
-        writeFileAtomically(bundle / kSourceRecordName,
-                            std::filesystem::absolute(context.sourceURL).lexically_normal().string());
+        writeFileAtomically(bundle / kSourceRecordName, projectIdentity(context.sourceURL));
     }
     const int leftovers = removeTemporaryLeftovers(media) + removeTemporaryLeftovers(bundle);
     if (leftovers > 0) {

@@ -3,6 +3,7 @@
 #include "archive/archive_support.h"
 #include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
+#include "core/error.h"
 #include "platform/settings_store.h"
 #include "test_support.h"
 
@@ -169,7 +170,7 @@ TEST_F(SegmentTrimming, ACutThatComesOutShortIsNotTakenForTheWholeSegment) {
     cutDuration = "325";
     installTools();
     EXPECT_FALSE(trimPlannedAsset(plan({{0, 23}}), context, 0, 1));
-    EXPECT_THAT(log.lines(), Contains("❌     ✗ Trim fehlgeschlagen: Geschnittene Datei zu kurz: 13s < 23s"));
+    EXPECT_THAT(log.lines(), Contains("❌     ✗ Trim fehlgeschlagen: Trimmed file too short: 13s < 23s"));
     EXPECT_THAT(test::filesIn(archiveMediaFolder(context)),
                 ElementsAre(archiveMediaFolder(context) / "A001.m4v"));
 }

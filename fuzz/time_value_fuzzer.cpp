@@ -1,0 +1,40 @@
+// Time values as FCPXML writes them ("1001/30000s", "5s"): parsing any text, printing and arithmetic.
+#include "fcpxml/fraction.h"
+#include "fcpxml/rational.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::size_t middle = text.find(' ');
+    const std::string_view first = text.substr(0, middle);
+    const std::string_view second = middle == std::string_view::npos ? text : text.substr(middle + 1);
+    if (const auto a = tidyreel::Rational::fromFCPXML(first)) {
+        // What is printed must read back as the same value.
+        if (tidyreel::Rational::fromFCPXML(a->toFCPXML()) != *a) {
+            std::abort();
+        }
+        if (const auto b = tidyreel::Rational::fromFCPXML(second)) {
+            (void)(*a + *b);
+            (void)(*a - *b);
+            (void)(*a * *b);
+            if (*b != tidyreel::Rational::zero()) {
+                (void)(*a / *b);
+            }
+            if (*b > tidyreel::Rational::zero()) {
+                (void)a->frameNumber(*b);
+                (void)a->snappedToFrameGrid(*b);
+                (void)a->snappedToFrameGridFloor(*b);
+                (void)a->snappedToFrameGridCeiling(*b);
+            }
+            (void)(*a < *b);
+        }
+    }
+    if (const auto fraction = tidyreel::Fraction::fromFCPXML(first)) {
+        (void)fraction->doubleValue();
+    }
+    return 0;
+}

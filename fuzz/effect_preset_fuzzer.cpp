@@ -1,5 +1,5 @@
 // Any bytes as an effect file, once as a Motion template (.moef) and once as an FxPlug preset.
-#include "core/error.h"
+#include "base/error.h"
 #include "grading/effect_preset_parser.h"
 
 #include <unistd.h>

@@ -1,6 +1,6 @@
 // Any bytes as role_effects.json: decoding either fails cleanly or gives mappings that encode and
 // decode to the same.
-#include "core/error.h"
+#include "base/error.h"
 #include "grading/role_effect_mapping.h"
 
 #include <cstddef>

@@ -1,11 +1,11 @@
 // Any bytes as a project: loading, role discovery, chapter reading and archive planning must end in a
 // result or a clean error, never a crash, a hang or a sanitizer finding.
 #include "archive/planning/archive_planning.h"
-#include "core/error.h"
-#include "core/export_context.h"
+#include "base/error.h"
 #include "description/chapter_marker_reader.h"
 #include "fcpxml/project_document.h"
 #include "fcpxml/role_discovery.h"
+#include "pipeline/export_context.h"
 
 #include <cstddef>
 #include <cstdint>

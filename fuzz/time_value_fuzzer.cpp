@@ -1,6 +1,6 @@
 // Time values as FCPXML writes them ("1001/30000s", "5s"): parsing any text, printing and arithmetic.
-#include "fcpxml/fraction.h"
-#include "fcpxml/rational.h"
+#include "time/fraction.h"
+#include "time/rational.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "core/export_context.h"
+#include "base/log_entry.h"
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -56,23 +55,6 @@ private:
     ScopedEnvironment config_;
     ScopedEnvironment data_;
 };
-
-/// What a finished command printed and how it ended.
-struct CommandResult {
-    int exitStatus = -1;
-    std::string standardOutput;
-    std::string standardError;
-};
-
-/// Runs the built `tidyreel` with `arguments` (no shell), with the given user folders, and waits;
-/// `whileRunning` is called about every 100 ms meanwhile.
-CommandResult runTidyreel(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders,
-                          const std::function<void()>& whileRunning = {});
-
-/// Runs `tidyreel` as `runTidyreel` does, but no file it writes may grow (`ulimit -f 0`), as on a full
-/// volume: every write fails with EFBIG.
-CommandResult runTidyreelOnFullDisk(const std::vector<std::string>& arguments,
-                                    const IsolatedUserFolders& folders);
 
 /// Writes an executable shell script (a stand-in for a tool) and returns its path.
 std::filesystem::path writeScript(const std::filesystem::path& file, const std::string& body);

@@ -4,7 +4,7 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/project_document.h"
 #include "fcpxml/xml.h"
 #include "platform/settings_store.h"

@@ -1,7 +1,7 @@
 #include "cli/cli_session.h"
 
+#include "base/language.h"
 #include "cli/stop_signals.h"
-#include "core/language.h"
 #include "platform/system_paths.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 #include "cli/cli_session.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <iostream>
 #include <memory>

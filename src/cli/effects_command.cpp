@@ -1,6 +1,6 @@
 #include "cli/cli_session.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "grading/role_effect_mapping.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "core/content_view_model.h"
 
 #include "archive/media/archive_report.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "core/write_permission.h"
 #include "fcpxml/project_document.h"
 #include "grading/effect_preset_parser.h"

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "archive/media/archive_report.h"
+#include "base/log_entry.h"
 #include "core/export_pipeline.h"
-#include "core/log_entry.h"
 #include "fcpxml/role_discovery.h"
 #include "fcpxml/xml.h"
 

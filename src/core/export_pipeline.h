@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/export_task.h"
+#include "pipeline/export_task.h"
 
 #include <filesystem>
 #include <functional>

@@ -1,8 +1,8 @@
 #include "core/write_permission.h"
 
-#include "core/error.h"
-#include "core/language.h"
-#include "core/uuid.h"
+#include "base/error.h"
+#include "base/language.h"
+#include "base/uuid.h"
 #include "platform/file_write.h"
 #include "platform/folder_bookmark.h"
 

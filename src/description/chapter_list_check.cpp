@@ -1,6 +1,6 @@
 #include "description/chapter_list_check.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/xml.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "description/chapter_marker_reader.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "fcpxml/xml.h"
 
 #include <fmt/format.h>

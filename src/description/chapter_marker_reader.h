@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fcpxml/fraction.h"
+#include "time/fraction.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #include "description/description_files.h"
 
-#include "core/export_context.h"
 #include "description/text_trimming.h"
+#include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
 namespace tidyreel {

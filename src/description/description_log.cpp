@@ -1,6 +1,6 @@
 #include "description/description_log.h"
 
-#include "core/export_context.h"
+#include "pipeline/export_context.h"
 
 #include <fmt/format.h>
 

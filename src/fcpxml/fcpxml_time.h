@@ -1,7 +1,7 @@
 #pragma once
 
-#include "fcpxml/rational.h"
 #include "fcpxml/xml.h"
+#include "time/rational.h"
 
 namespace tidyreel::FCPXMLTime {
 

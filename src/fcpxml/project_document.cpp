@@ -1,7 +1,7 @@
 #include "fcpxml/project_document.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 
 #include <fmt/format.h>
 

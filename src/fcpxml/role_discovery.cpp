@@ -1,7 +1,7 @@
 #include "fcpxml/role_discovery.h"
 
-#include "core/error.h"
-#include "core/uuid.h"
+#include "base/error.h"
+#include "base/uuid.h"
 
 #include <algorithm>
 #include <array>

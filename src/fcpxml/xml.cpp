@@ -1,7 +1,7 @@
 #include "fcpxml/xml.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 
 #include <fmt/format.h>
 #include <libxml/parser.h>

@@ -1,8 +1,8 @@
 #include "grading/effect_preset_parser.h"
 
-#include "core/export_context.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
+#include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/error.h"
-#include "grading/effect_reference.h"
+#include "base/error.h"
+#include "pipeline/effect_reference.h"
 
 #include <filesystem>
 #include <string>

@@ -1,6 +1,6 @@
 #include "grading/fcpxml_effect_injector.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "fcpxml/role_discovery.h"
 
 #include <fmt/format.h>

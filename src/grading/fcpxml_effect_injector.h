@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fcpxml/xml.h"
-#include "grading/effect_reference.h"
+#include "pipeline/effect_reference.h"
 
 #include <functional>
 #include <map>

@@ -1,6 +1,6 @@
 #include "grading/role_effect_export_task.h"
 
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
 #include "grading/fcpxml_effect_injector.h"
 

@@ -1,6 +1,6 @@
 #include "grading/role_effect_mapping.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "fcpxml/xml.h"
 #include "platform/file_write.h"
 #include "platform/system_paths.h"

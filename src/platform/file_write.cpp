@@ -1,7 +1,7 @@
 #include "platform/file_write.h"
 
-#include "core/language.h"
-#include "core/uuid.h"
+#include "base/language.h"
+#include "base/uuid.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 #include "platform/folder_bookmark.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 
 #include <sys/stat.h>
 #include <nlohmann/json.hpp>

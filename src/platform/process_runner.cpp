@@ -1,7 +1,7 @@
 #include "platform/process_runner.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,7 +1,7 @@
 #include "platform/settings_store.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 
 #include <QByteArray>
 #include <QSettings>

@@ -1,7 +1,7 @@
 #include "core/content_view_model.h"
 
+#include "base/language.h"
 #include "core/core_support.h"
-#include "core/language.h"
 #include "fcpxml/media_path.h"
 #include "platform/settings_store.h"
 

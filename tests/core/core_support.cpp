@@ -1,6 +1,6 @@
 #include "core/core_support.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <gtest/gtest.h>
 #include <QSettings>

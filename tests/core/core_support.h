@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/log_entry.h"
 #include "core/content_view_model.h"
-#include "core/log_entry.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "core/export_pipeline.h"
 
+#include "base/error.h"
 #include "core/core_support.h"
-#include "core/error.h"
 #include "description/chapter_marker_export_task.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "description/chapter_marker_export_task.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "description/description_test_support.h"
 #include "test_support.h"
 

@@ -1,7 +1,7 @@
 #include "description/description_files.h"
 
-#include "core/error.h"
-#include "core/export_context.h"
+#include "base/error.h"
+#include "pipeline/export_context.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/export_context.h"
 #include "description/chapter_marker_reader.h"
+#include "pipeline/export_context.h"
 #include "test_support.h"
 
 #include <filesystem>

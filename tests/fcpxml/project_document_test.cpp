@@ -1,6 +1,6 @@
 #include "fcpxml/project_document.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>

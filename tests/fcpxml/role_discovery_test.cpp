@@ -1,6 +1,6 @@
 #include "fcpxml/role_discovery.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "fcpxml/xml.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>

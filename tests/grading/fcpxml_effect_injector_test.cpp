@@ -1,6 +1,6 @@
 #include "grading/fcpxml_effect_injector.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "fcpxml/xml.h"
 #include "grading_support.h"
 #include "test_support.h"

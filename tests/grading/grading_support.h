@@ -1,6 +1,6 @@
 #pragma once
 
-#include "grading/effect_reference.h"
+#include "pipeline/effect_reference.h"
 
 #include <filesystem>
 #include <string>

@@ -1,7 +1,7 @@
 #include "grading/role_effect_export_task.h"
 
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
 #include "fcpxml/xml.h"
 #include "grading_support.h"

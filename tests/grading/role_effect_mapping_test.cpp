@@ -1,6 +1,6 @@
 #include "grading/role_effect_mapping.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include "grading_support.h"

@@ -1,6 +1,6 @@
 #include "platform/process_runner.h"
 
-#include "core/error.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>

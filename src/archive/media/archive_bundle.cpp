@@ -1,7 +1,7 @@
 #include "archive/media/archive_bundle.h"
 
 #include "archive/media/bundled_asset_registry.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "platform/file_write.h"
 
 #include <fmt/format.h>

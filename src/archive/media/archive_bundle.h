@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/export_context.h"
+#include "pipeline/export_context.h"
 
 #include <filesystem>
 #include <string>

@@ -2,7 +2,7 @@
 
 #include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/export_context.h"
-#include "core/log_entry.h"
+#include "base/log_entry.h"
+#include "pipeline/export_context.h"
 
 #include <cstdint>
 #include <optional>

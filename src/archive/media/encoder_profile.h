@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive/planning/interval_merger.h"
-#include "fcpxml/rational.h"
+#include "time/rational.h"
 
 #include <filesystem>
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/export_context.h"
 #include "fcpxml/xml.h"
+#include "pipeline/export_context.h"
 
 #include <filesystem>
 #include <set>

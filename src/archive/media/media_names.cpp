@@ -1,8 +1,8 @@
 #include "archive/media/media_names.h"
 
 #include "archive/media/tool_runner.h"
-#include "core/export_context.h"
 #include "fcpxml/media_path.h"
+#include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/error.h"
-#include "fcpxml/rational.h"
+#include "base/error.h"
+#include "time/rational.h"
 
 #include <cstdint>
 #include <filesystem>

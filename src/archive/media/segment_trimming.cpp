@@ -6,12 +6,12 @@
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
-#include "core/error.h"
-#include "core/language.h"
-#include "core/uuid.h"
-#include "fcpxml/decimal_text.h"
+#include "base/error.h"
+#include "base/language.h"
+#include "base/uuid.h"
 #include "fcpxml/resource_index.h"
 #include "platform/file_write.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 

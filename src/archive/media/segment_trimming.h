@@ -1,8 +1,8 @@
 #pragma once
 
 #include "archive/planning/segment_planning.h"
-#include "core/export_context.h"
-#include "fcpxml/rational.h"
+#include "pipeline/export_context.h"
+#include "time/rational.h"
 
 #include <filesystem>
 #include <optional>

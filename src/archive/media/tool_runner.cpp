@@ -1,8 +1,8 @@
 #include "archive/media/tool_runner.h"
 
 #include "archive/media/media_probe.h"
-#include "core/error.h"
-#include "core/language.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "platform/file_write.h"
 #include "platform/process_runner.h"
 #include "platform/settings_store.h"

@@ -1,8 +1,8 @@
 #include "archive/planning/archive_planning.h"
 
-#include "core/language.h"
-#include "fcpxml/decimal_text.h"
+#include "base/language.h"
 #include "fcpxml/xml.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

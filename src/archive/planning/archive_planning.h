@@ -1,7 +1,7 @@
 #pragma once
 
 #include "archive/planning/segment_planning.h"
-#include "core/export_context.h"
+#include "pipeline/export_context.h"
 
 #include <map>
 #include <string>

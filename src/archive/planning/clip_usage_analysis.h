@@ -2,10 +2,10 @@
 
 #include "archive/planning/interval_merger.h"
 #include "archive/planning/speed_maps.h"
-#include "core/export_context.h"
-#include "fcpxml/rational.h"
 #include "fcpxml/resource_index.h"
 #include "fcpxml/xml.h"
+#include "pipeline/export_context.h"
+#include "time/rational.h"
 
 #include <map>
 #include <optional>

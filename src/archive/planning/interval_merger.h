@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fcpxml/rational.h"
+#include "time/rational.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 #include "archive/planning/plan_table.h"
 
-#include "core/language.h"
+#include "base/language.h"
 
 #include <fmt/format.h>
 

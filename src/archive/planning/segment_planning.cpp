@@ -1,6 +1,6 @@
 #include "archive/planning/segment_planning.h"
 
-#include "fcpxml/decimal_text.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -3,8 +3,8 @@
 #include "archive/planning/clip_usage_analysis.h"
 #include "archive/planning/interval_merger.h"
 #include "archive/planning/speed_maps.h"
-#include "core/export_context.h"
 #include "fcpxml/resource_index.h"
+#include "pipeline/export_context.h"
 
 #include <map>
 #include <optional>

@@ -2,10 +2,10 @@
 
 #include "archive/planning/clip_usage_analysis.h"
 #include "archive/planning/speed_maps.h"
-#include "core/language.h"
-#include "fcpxml/decimal_text.h"
+#include "base/language.h"
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/resource_index.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "archive/planning/segment_planning.h"
-#include "core/export_context.h"
 #include "fcpxml/xml.h"
+#include "pipeline/export_context.h"
 
 #include <filesystem>
 #include <functional>

@@ -1,11 +1,11 @@
 #include "archive/media/archive_bundle.h"
 
 #include "archive/archive_support.h"
-#include "archive/media/archive_bundle_write_task.h"
 #include "archive/media/archive_report.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "core/error.h"
-#include "core/language.h"
+#include "archive/tasks/archive_bundle_write_task.h"
+#include "base/error.h"
+#include "base/language.h"
 #include "fcpxml/media_path.h"
 #include "test_support.h"
 

@@ -3,7 +3,7 @@
 #include "archive/archive_support.h"
 #include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
-#include "core/error.h"
+#include "base/error.h"
 #include "platform/settings_store.h"
 #include "test_support.h"
 

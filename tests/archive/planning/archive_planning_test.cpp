@@ -2,7 +2,7 @@
 
 #include "archive/archive_support.h"
 #include "archive/planning/plan_table.h"
-#include "core/language.h"
+#include "base/language.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>

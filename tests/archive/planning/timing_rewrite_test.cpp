@@ -1,7 +1,7 @@
 #include "archive/planning/timing_rewrite.h"
 
 #include "archive/archive_support.h"
-#include "core/error.h"
+#include "base/error.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

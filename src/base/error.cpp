@@ -1,0 +1,16 @@
+#include "base/error.h"
+
+#include "base/language.h"
+
+namespace tidyreel {
+
+Error::Error(std::string domain, int code, const std::string& description,
+             std::map<std::string, std::string> userInfo)
+    : std::runtime_error(description),
+      domain_(std::move(domain)),
+      code_(code),
+      userInfo_(std::move(userInfo)) {}
+
+RunCancelled::RunCancelled() : Error("Processing", 2, localized("Abgebrochen", "Cancelled")) {}
+
+}  // namespace tidyreel

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace tidyreel {
+
+using Clock = std::chrono::system_clock;
+using TimePoint = Clock::time_point;
+
+/// The kind of a log line; its raw value is the symbol shown in front of the line.
+enum class LogEntryType { info, success, warning, error, progress };
+
+/// The symbol of a log line type ("ℹ️", "✅", "⚠️", "❌", "⏳").
+std::string_view rawValue(LogEntryType type);
+/// The type whose symbol is `raw`; no value for any other text.
+std::optional<LogEntryType> logEntryTypeFromRaw(std::string_view raw);
+
+/// Appends one line to the processing log: type first, then the message.
+using Logger = std::function<void(LogEntryType, const std::string&)>;
+/// Reports step progress: current step, number of steps, task name.
+using ProgressUpdater = std::function<void(int, int, const std::string&)>;
+
+/// One line of the processing log.
+struct LogEntry {
+    std::string id;       ///< new random UUID per entry
+    TimePoint timestamp;  ///< when the entry was made
+    std::string message;  ///< the line as the reporter wrote it
+    LogEntryType type{};  ///< its kind
+
+    /// Creates an entry stamped now with a fresh id.
+    static LogEntry make(LogEntryType type, std::string message);
+
+    bool operator==(const LogEntry&) const = default;
+};
+
+/// Step progress of a running task, exactly as the task reported it.
+struct ProcessingProgress {
+    int current = 0;       ///< the step being worked on
+    int total = 0;         ///< the number of steps
+    std::string taskName;  ///< the reporting task
+
+    bool operator==(const ProcessingProgress&) const = default;
+};
+
+/// The last outcome of one workflow.
+struct ActionStatus {
+    struct NotExecuted {
+        bool operator==(const NotExecuted&) const = default;
+    };
+    struct Success {
+        TimePoint at;
+        bool operator==(const Success&) const = default;
+    };
+    struct SuccessWithNote {
+        TimePoint at;
+        std::string note;
+        bool operator==(const SuccessWithNote&) const = default;
+    };
+    struct Failure {
+        std::string message;
+        bool operator==(const Failure&) const = default;
+    };
+
+    std::variant<NotExecuted, Success, SuccessWithNote, Failure> value;
+
+    static ActionStatus notExecuted() { return {NotExecuted{}}; }
+    static ActionStatus success(TimePoint at) { return {Success{at}}; }
+    static ActionStatus error(std::string message) { return {Failure{std::move(message)}}; }
+
+    bool operator==(const ActionStatus&) const = default;
+};
+
+/// The symbol name shown in front of a status line.
+std::string statusSymbol(const ActionStatus& status);
+/// The status line under a workflow's start button, e.g. "zuletzt: vor 3 Min".
+std::string statusText(const ActionStatus& status, TimePoint now);
+/// How long ago `date` was, in the short German form ("gerade eben", "vor 5 Min", "vor 2 Std").
+std::string relativeTime(TimePoint date, TimePoint now);
+
+/// A time point in local time as "HH:mm:ss".
+std::string localClockTime(TimePoint time);
+/// A time point in local time formatted with strftime-style `format`.
+std::string formatLocalTime(TimePoint time, const char* format);
+
+/// One log line in its copied form: "HH:mm:ss <symbol> <message>".
+std::string copyLogLine(const LogEntry& entry);
+/// The whole log as copied to the clipboard: one line per entry, joined by line feeds.
+std::string copyLogText(const std::vector<LogEntry>& entries);
+
+}  // namespace tidyreel

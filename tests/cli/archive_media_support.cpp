@@ -1,0 +1,66 @@
+#include "cli/archive_media_support.h"
+
+#include "test_support.h"
+
+#include <cstdlib>
+#include <functional>
+#include <numeric>
+
+namespace tidyreel::test {
+
+bool runShell(const std::string& commandLine) {
+    return std::system(commandLine.c_str()) == 0;
+}
+
+void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
+                   const std::string& extraArguments) {
+    std::filesystem::create_directories(file.parent_path());
+    const std::string duration = std::to_string(seconds);
+    const std::string source = "color=c=black:s=160x90:r=25:d=" + duration + ",geq=lum='mod(N*37+" +
+                               std::to_string(shift) + "\\,256)':cb=128:cr=128";
+    const std::string tone = "sine=frequency=440:duration=" + duration;
+    const std::string line = "ffmpeg -nostdin -v error -y -f lavfi -i \"" + source + "\" -f lavfi -i \"" +
+                             tone + "\" " + extraArguments + " -shortest '" + file.string() + "'";
+    if (!runShell(line)) {
+        throw std::runtime_error("cannot make test media: " + line);
+    }
+}
+
+double frameBrightness(const std::filesystem::path& file, long index) {
+    const std::filesystem::path raw = file.string() + "." + std::to_string(index) + ".gray";
+    const std::string line = "ffmpeg -nostdin -v error -y -i '" + file.string() + "' -vf \"select=eq(n\\," +
+                             std::to_string(index) + ")\" -frames:v 1 -f rawvideo -pix_fmt gray '" +
+                             raw.string() + "'";
+    if (!runShell(line)) {
+        return -1;
+    }
+    const std::string bytes = readTextFile(raw);
+    std::filesystem::remove(raw);
+    if (bytes.empty()) {
+        return -1;
+    }
+    const double sum = std::accumulate(bytes.begin(), bytes.end(), 0.0, [](double total, char c) {
+        return total + static_cast<unsigned char>(c);
+    });
+    return sum / static_cast<double>(bytes.size());
+}
+
+std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry) {
+    const std::filesystem::path out = file.string() + ".probe";
+    const bool isTag = entry.starts_with("tag:");
+    const std::string show = isTag ? "stream_tags=" + entry.substr(4) : "stream=" + entry;
+    runShell("ffprobe -v error -select_streams v:0 -show_entries " + show + " -of default=nw=1:nk=1 '" +
+             file.string() + "' > '" + out.string() + "'");
+    std::string value = readTextFile(out);
+    std::filesystem::remove(out);
+    while (!value.empty() && (value.back() == '\n' || value.back() == '\r')) {
+        value.pop_back();
+    }
+    return value;
+}
+
+std::size_t fileChecksum(const std::filesystem::path& file) {
+    return std::hash<std::string>{}(readTextFile(file));
+}
+
+}  // namespace tidyreel::test

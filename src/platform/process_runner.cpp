@@ -252,12 +252,13 @@ ProcessResult runProcess(const ProcessRequest& request) {
         }
         stopper.advance();
     }
-    // Whatever the tool left in the pipes, and no grandchild that kept them open lives on.
+    // No grandchild that kept the pipes open lives on (and none keeps filling them); then whatever the
+    // tools left in the pipes.
+    ::kill(-child, SIGKILL);
     drain(standardError.read(), onStandardError);
     if (standardOutput) {
         drain(standardOutput->read(), onStandardOutput);
     }
-    ::kill(-child, SIGKILL);
     if (stoppedOnRequest) {
         throw RunCancelled();
     }

@@ -54,7 +54,7 @@ fs::path archiveProject(int assets) {
 }
 
 // Stand-in tools that answer at once: the run's own work is what remains.
-void installStandInTools() {
+tidyreel::ToolPaths installStandInTools() {
     const fs::path bin = workFolder() / "bin";
     fs::create_directories(bin);
     std::ofstream(bin / "ffmpeg") << "#!/bin/sh\nfor last; do :; done\necho cut > \"$last\"\n";
@@ -64,19 +64,20 @@ void installStandInTools() {
            "\"time_base\":\"1/30000\",\"duration_ts\":9009000}]}'\n";
     fs::permissions(bin / "ffmpeg", fs::perms::owner_all);
     fs::permissions(bin / "ffprobe", fs::perms::owner_all);
-    setenv("TIDYREEL_FFMPEG", (bin / "ffmpeg").c_str(), 1);
-    setenv("TIDYREEL_FFPROBE", (bin / "ffprobe").c_str(), 1);
+    return {bin / "ffmpeg", bin / "ffprobe"};
 }
 
-std::vector<std::string> runArchive(const fs::path& project, int& toolRuns) {
+std::vector<std::string> runArchive(const fs::path& project, const tidyreel::ToolPaths& tools,
+                                    int& toolRuns) {
     const fs::path output = workFolder() / "out";
     fs::remove_all(output);
     fs::create_directories(output);
     tidyreel::PipelineRequest request;
     request.actionType = tidyreel::ExportActionType::archiving;
-    request.outputDirectory = output;
     request.sourceURL = project;
-    request.includedRoles = {"Interview", "B-Roll", "Drone", "GoPro", "Titles-Cam"};
+    request.settings.outputDirectory = output;
+    request.settings.includedRoles = {"Interview", "B-Roll", "Drone", "GoPro", "Titles-Cam"};
+    request.settings.tools = tools;
     std::vector<std::string> lines;
     tidyreel::PipelineCallbacks callbacks;
     callbacks.logger = [&](tidyreel::LogEntryType, const std::string& message) {
@@ -92,12 +93,12 @@ std::vector<std::string> runArchive(const fs::path& project, int& toolRuns) {
 // The whole run with stand-in tools; the counter "tools" tells how many processes it started, and
 // toolProcess below measures what that many processes cost on their own.
 void archiveRun(benchmark::State& state) {
-    installStandInTools();
+    const tidyreel::ToolPaths tools = installStandInTools();
     const fs::path project = archiveProject(static_cast<int>(state.range(0)));
     int toolRuns = 0;
     for (auto _ : state) {
         toolRuns = 0;
-        benchmark::DoNotOptimize(runArchive(project, toolRuns));
+        benchmark::DoNotOptimize(runArchive(project, tools, toolRuns));
     }
     state.counters["tools"] = toolRuns;
 }
@@ -160,7 +161,6 @@ const fs::path& longFile() {
 }
 
 void cutThreeSeconds(benchmark::State& state) {
-    unsetenv("TIDYREEL_FFMPEG");
     tidyreel::ExportContext context;
     const tidyreel::Rational start(state.range(0));
     const std::vector<tidyreel::Segment> segment{{start, start + 3}};

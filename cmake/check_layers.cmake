@@ -4,8 +4,8 @@
 cmake_minimum_required(VERSION 3.25)
 
 set(allowed_base base)
-set(allowed_time time ${allowed_base})
-set(allowed_fcpxml fcpxml ${allowed_time})
+set(allowed_time time)
+set(allowed_fcpxml fcpxml time base)
 set(allowed_platform platform ${allowed_base})
 set(allowed_pipeline pipeline ${allowed_fcpxml} platform)
 set(allowed_grading grading ${allowed_pipeline})

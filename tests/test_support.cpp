@@ -107,6 +107,16 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) 
     return files;
 }
 
+::testing::AssertionResult isError(const Error& error, std::string_view domain, int code,
+                                   std::string_view description) {
+    if (error.domain() == domain && error.code() == code && error.what() == description) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure()
+           << "got " << error.domain() << " " << error.code() << " \"" << error.what() << "\", expected "
+           << domain << " " << code << " \"" << description << "\"";
+}
+
 Logger LogCollector::logger() {
     return [this](LogEntryType type, const std::string& message) {
         lines_.push_back(std::string(rawValue(type)) + " " + message);

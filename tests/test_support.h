@@ -1,10 +1,14 @@
 #pragma once
 
+#include "base/error.h"
 #include "base/log_entry.h"
+
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tidyreel::test {
@@ -71,6 +75,24 @@ std::vector<std::string> splitLines(const std::string& text);
 std::vector<std::string> logMessages(const std::string& printedLog);
 /// Every file and folder below `folder`, sorted; empty when the folder does not exist.
 std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder);
+
+/// Whether `error` has exactly this domain, code and description; the failure text shows all three.
+::testing::AssertionResult isError(const Error& error, std::string_view domain, int code,
+                                   std::string_view description);
+
+/// Whether `action` throws an `Error` with exactly this domain, code and description.
+template <class Action>
+::testing::AssertionResult throwsError(Action&& action, std::string_view domain, int code,
+                                       std::string_view description) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return isError(error, domain, code, description);
+    } catch (const std::exception& other) {
+        return ::testing::AssertionFailure() << "threw another exception: " << other.what();
+    }
+    return ::testing::AssertionFailure() << "threw nothing";
+}
 
 /// Collects log lines as "<symbol> <message>" for exact comparisons.
 class LogCollector {

@@ -11,6 +11,14 @@ Error::Error(std::string domain, int code, const std::string& description,
       code_(code),
       userInfo_(std::move(userInfo)) {}
 
-RunCancelled::RunCancelled() : Error("Processing", 2, localized("Abgebrochen", "Cancelled")) {}
+RunCancelled::RunCancelled()
+    : Error(ProcessingError::domain, ProcessingError::cancelled, localized("Abgebrochen", "Cancelled")) {}
+
+Error asError(const std::exception& failure) {
+    if (const auto* error = dynamic_cast<const Error*>(&failure)) {
+        return *error;
+    }
+    return Error(ProcessingError::domain, ProcessingError::unexpectedFailure, failure.what());
+}
 
 }  // namespace tidyreel

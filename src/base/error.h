@@ -1,5 +1,7 @@
 #pragma once
 
+#include "base/error_codes.h"
+
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -31,8 +33,26 @@ private:
 /// take it for an ordinary failure and go on.
 class RunCancelled : public Error {
 public:
-    /// Domain "Processing", code 2, "Abgebrochen" / "Cancelled".
+    /// Domain "Processing", code `ProcessingError::cancelled`, "Abgebrochen" / "Cancelled".
     RunCancelled();
 };
+
+/// Runs `body`, turning the standard exceptions that time arithmetic throws (overflow, division by
+/// zero, invalid arguments) into an `Error` of the "Time" domain, so that callers above the time
+/// values see one kind of failure.
+template <class Body>
+decltype(auto) withTimeErrors(Body&& body) {
+    try {
+        return body();
+    } catch (const std::overflow_error& error) {
+        throw Error(TimeError::domain, TimeError::overflow, error.what());
+    } catch (const std::domain_error& error) {
+        throw Error(TimeError::domain, TimeError::invalidValue, error.what());
+    }
+}
+
+/// The failure as an `Error`: itself when it is one, else an unexpected failure of the "Processing"
+/// domain with the same description.
+Error asError(const std::exception& failure);
 
 }  // namespace tidyreel

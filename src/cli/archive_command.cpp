@@ -5,8 +5,6 @@
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
 #include "base/language.h"
-#include "fcpxml/project_document.h"
-#include "fcpxml/xml.h"
 #include "platform/settings_store.h"
 
 #include <fmt/format.h>
@@ -62,27 +60,12 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
 
 // The planning half on a fresh copy of the project, logged through the controller; nothing is written.
 int dryRun(ContentViewModel& controller) {
-    ExportContext context;
-    context.sourceURL = *controller.selectedFileURL();
-    context.actionType = ExportActionType::archiving;
-    context.buffer = controller.buffer();
-    context.minSegment = controller.minSegment();
-    context.includedRoles = controller.includedRoles();
-    context.logger = [&controller](LogEntryType type, const std::string& message) {
-        controller.addLog(type, message);
-    };
-    try {
-        const std::optional<std::string>& streamed = controller.streamedProject();
-        context.xmlDocument =
-            streamed ? parseProjectDocument(*streamed) : loadProjectDocument(context.sourceURL);
-        const ArchivePlanning planning = planArchive(context);
-        std::cout << '\n' << formatPlanTable(planning);
-        return exitSuccess;
-    } catch (const std::exception& error) {
-        controller.addLog(LogEntryType::error,
-                          std::string("Trim & Archivierung fehlgeschlagen: ") + error.what());
+    const std::optional<ArchivePlanning> planning = controller.planArchiving();
+    if (!planning) {
         return exitWorkflowFailed;
     }
+    std::cout << '\n' << formatPlanTable(*planning);
+    return exitSuccess;
 }
 
 // "nan" and "inf" pass CLI11's own positive-number check; a trim handle must be a real length.

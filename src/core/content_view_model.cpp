@@ -1,6 +1,7 @@
 #include "core/content_view_model.h"
 
 #include "archive/media/archive_report.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "core/write_permission.h"
 #include "fcpxml/project_document.h"
@@ -18,10 +19,19 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <iostream>
 
 namespace tidyreel {
 namespace {
+
+// A tool named by the environment, else by the settings; empty when neither names one.
+std::filesystem::path configuredTool(const char* environmentVariable, const std::string& settingKey) {
+    if (const char* value = std::getenv(environmentVariable); value && *value) {
+        return value;
+    }
+    return SettingsStore::stringValue(settingKey).value_or("");
+}
 
 /// The fixed texts of one workflow's start and end.
 struct WorkflowTexts {
@@ -44,12 +54,6 @@ WorkflowTexts textsOf(ExportActionType actionType) {
     }
     return {"Trim & Archivierung wird ausgeführt...", "Trim & Archivierung gestartet", "",
             "Trim & Archivierung fehlgeschlagen: "};
-}
-
-std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
 }
 
 std::string joinedRoles(const std::set<std::string>& roles) {
@@ -145,7 +149,7 @@ void ContentViewModel::saveBookmark() {
 void ContentViewModel::loadFile(const std::filesystem::path& chosen) {
     // A bundle is a folder, and shells complete folder names with a trailing slash.
     const std::filesystem::path url = chosen.has_filename() ? chosen : chosen.parent_path();
-    const bool isBundle = lowercased(url.extension().string()) == ".fcpxmld";
+    const bool isBundle = lowercasedExtension(url) == ".fcpxmld";
     const std::filesystem::path documentURL = isBundle ? url / "Info.fcpxml" : url;
     selectedFileURL_ = documentURL;
     fileLoadedAt_ = Clock::now();
@@ -331,23 +335,49 @@ bool ContentViewModel::cancelRun() {
     return true;
 }
 
+RunSettings ContentViewModel::runSettings() const {
+    RunSettings settings;
+    settings.outputDirectory = outputDirectory_.value_or(std::filesystem::path());
+    settings.includedRoles = includedRoles_;
+    settings.buffer = buffer_;
+    settings.minSegment = minSegment_;
+    settings.exportChapterMarkers = exportChapterMarkers_;
+    settings.exportVideoDescription = exportVideoDescription_;
+    settings.youtubeDescription1 = youtubeDescription1_;
+    settings.youtubeDescription2 = youtubeDescription2_;
+    settings.roleEffectMappings = roleEffectMappings_;
+    settings.encoder = SettingsStore::stringValue("encoder").value_or("");
+    settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
+                      configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
+    settings.debugMode = debugMode_;
+    return settings;
+}
+
 PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const {
     PipelineRequest request;
     request.actionType = actionType;
-    request.outputDirectory = outputDirectory_;
     request.sourceURL = *selectedFileURL_;
     request.originalFileName = originalFileName_;
-    request.buffer = buffer_;
-    request.minSegment = minSegment_;
-    request.youtubeDescription1 = youtubeDescription1_;
-    request.youtubeDescription2 = youtubeDescription2_;
-    request.roleEffectMappings = roleEffectMappings_;
-    request.includedRoles = includedRoles_;
-    request.exportChapterMarkers = exportChapterMarkers_;
-    request.exportVideoDescription = exportVideoDescription_;
-    request.debugMode = debugMode_;
+    request.settings = runSettings();
     request.sourceBytes = streamedProject_;
     return request;
+}
+
+std::optional<ArchivePlanning> ContentViewModel::planArchiving() {
+    if (!selectedFileURL_) {
+        return std::nullopt;
+    }
+    try {
+        lastRunError_.reset();
+        return planArchiveRun(
+            makeRequest(ExportActionType::archiving),
+            [this](LogEntryType type, const std::string& message) { addLog(type, message); });
+    } catch (const std::exception& failure) {
+        lastRunError_ = asError(failure);
+        addLog(LogEntryType::error,
+               std::string(textsOf(ExportActionType::archiving).failurePrefix) + lastRunError_->what());
+        return std::nullopt;
+    }
 }
 
 PipelineCallbacks ContentViewModel::makeCallbacks() {
@@ -384,12 +414,12 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
 
 void ContentViewModel::launch(PipelineRequest request) {
     const ExportActionType actionType = request.actionType;
-    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<std::string> {
+    auto run = [request = std::move(request), callbacks = makeCallbacks()]() -> std::optional<Error> {
         try {
             runExportPipeline(request, callbacks);
             return std::nullopt;
         } catch (const std::exception& error) {
-            return std::string(error.what());
+            return asError(error);
         }
     };
     if (runMode_ == RunMode::blocking) {
@@ -400,25 +430,26 @@ void ContentViewModel::launch(PipelineRequest request) {
         worker_.join();
     }
     worker_ = std::jthread([this, actionType, run = std::move(run)] {
-        const std::optional<std::string> failure = run();
+        const std::optional<Error> failure = run();
         QMetaObject::invokeMethod(
             this, [this, actionType, failure] { finishRun(actionType, failure); }, Qt::QueuedConnection);
     });
 }
 
-void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<std::string>& failure) {
+void ContentViewModel::finishRun(ExportActionType actionType, const std::optional<Error>& failure) {
     {
         const std::lock_guard guard(stopLock_);
         runActive_ = false;
     }
     const WorkflowTexts texts = textsOf(actionType);
+    lastRunError_ = failure;
     if (failure) {
         statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
         isProcessing_ = false;
         if (actionType == ExportActionType::archiving) {
             processingProgress_.reset();
         }
-        addLog(LogEntryType::error, texts.failurePrefix + *failure);
+        addLog(LogEntryType::error, std::string(texts.failurePrefix) + failure->what());
     } else {
         statusOf(actionType) = ActionStatus::success(Clock::now());
         isProcessing_ = false;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/media/archive_report.h"
+#include "base/error.h"
 #include "base/log_entry.h"
 #include "core/export_pipeline.h"
 #include "fcpxml/role_discovery.h"
@@ -79,6 +80,12 @@ public:
     /// is stopped, partial outputs are removed and the run ends with a "cancelled" failure line. Safe
     /// to call from any thread; returns false when no run was busy.
     bool cancelRun();
+    /// Analyses and plans the archive run with the current settings on a fresh copy of the project,
+    /// writing nothing; the plan, or none (with the failure line) when there is no file or it fails.
+    std::optional<ArchivePlanning> planArchiving();
+    /// The settings a run started now would take, read once: the controller's choices, the encoder
+    /// and the configured tools.
+    RunSettings runSettings() const;
 
     /// Stores both description texts in the settings.
     void saveVideoDescriptions();
@@ -114,6 +121,9 @@ public:
     const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
     const ActionStatus& archivingStatus() const { return archivingStatus_; }
     const std::set<std::string>& includedRoles() const { return includedRoles_; }
+    /// The failure of the last finished run, whole (domain, code, description, user info); none after a
+    /// run that succeeded.
+    const std::optional<Error>& lastRunError() const { return lastRunError_; }
     /// Sizes of the last archive run, when there was one.
     const std::optional<ArchiveReport>& lastArchiveReport() const { return lastArchiveReport_; }
     bool showPermissionAlert() const { return showPermissionAlert_; }
@@ -121,8 +131,6 @@ public:
     bool debugMode() const { return debugMode_; }
     const std::string& originalFileName() const { return originalFileName_; }
     const RoleEffectMappings& persistentEffectMappings() const { return persistentEffectMappings_; }
-    /// The loaded project's bytes when it was read from a pipe or FIFO, which cannot be read twice.
-    const std::optional<std::string>& streamedProject() const { return streamedProject_; }
 
 private:
     void loadSettings();
@@ -134,7 +142,7 @@ private:
     PipelineRequest makeRequest(ExportActionType actionType) const;
     PipelineCallbacks makeCallbacks();
     void launch(PipelineRequest request);
-    void finishRun(ExportActionType actionType, const std::optional<std::string>& failure);
+    void finishRun(ExportActionType actionType, const std::optional<Error>& failure);
     ActionStatus& statusOf(ExportActionType actionType);
     void notifyChanged() const;
     /// Runs one settings write; a failure (a full disk) becomes an error line instead of ending the program.
@@ -170,6 +178,7 @@ private:
     ActionStatus archivingStatus_ = ActionStatus::notExecuted();
     std::set<std::string> includedRoles_;
     std::optional<ArchiveReport> lastArchiveReport_;
+    std::optional<Error> lastRunError_;
     bool showPermissionAlert_ = false;
     std::string permissionAlertMessage_;
     bool debugMode_ = true;

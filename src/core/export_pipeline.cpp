@@ -5,6 +5,8 @@
 #include "archive/tasks/archive_bundle_write_task.h"
 #include "archive/tasks/clip_trimming_export_task.h"
 #include "base/error.h"
+#include "base/error_codes.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
@@ -17,7 +19,6 @@
 #include "platform/folder_bookmark.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace tidyreel {
 namespace {
@@ -58,20 +59,22 @@ bool isInside(const std::filesystem::path& path, const std::filesystem::path& fo
     return !status && end == outer.end();
 }
 
-void fillContext(ExportContext& context, const PipelineRequest& request, const PipelineCallbacks& callbacks,
+// A fresh copy of the run's project: the bytes read from a pipe, else the file.
+std::shared_ptr<XmlDocument> loadSource(const PipelineRequest& request) {
+    return request.sourceBytes ? parseProjectDocument(*request.sourceBytes)
+                               : loadProjectDocument(request.sourceURL);
+}
+
+// The one place where a run's settings reach its context.
+void fillContext(ExportContext& context, const PipelineRequest& request, const Logger& logger,
                  std::shared_ptr<XmlDocument> document) {
+    static_cast<RunSettings&>(context) = request.settings;
     context.sourceURL = request.sourceURL;
-    context.outputDirectory = *request.outputDirectory;
     context.originalFileName =
         request.originalFileName.empty() ? request.sourceURL.filename().string() : request.originalFileName;
     context.xmlDocument = std::move(document);
     context.actionType = request.actionType;
-    context.buffer = request.buffer;
-    context.minSegment = request.minSegment;
-    context.includedRoles = request.includedRoles;
-    context.debugMode = request.debugMode;
-    context.logger = callbacks.logger;
-    context.progressUpdater = callbacks.progressUpdater;
+    context.logger = logger;
     context.stopToken = request.stopToken;
 }
 
@@ -83,14 +86,15 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         }
         context.throwIfCancelled();
         context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
-        task->execute(context);
+        withTimeErrors([&] { task->execute(context); });
     }
 }
 
 void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                 std::shared_ptr<XmlDocument> document) {
     ArchiveExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     const XmlElement project = context.xmlDocument->first("//project");
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
@@ -121,13 +125,12 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
 void runPreProduction(const PipelineRequest& request, const PipelineCallbacks& callbacks,
                       std::shared_ptr<XmlDocument> document, const DescriptionTitleTexts& titleTexts) {
     ExportContext context;
-    fillContext(context, request, callbacks, std::move(document));
-    context.youtubeDescription1 = request.youtubeDescription1;
-    context.youtubeDescription2 = request.youtubeDescription2;
+    fillContext(context, request, callbacks.logger, std::move(document));
+    context.progressUpdater = callbacks.progressUpdater;
     context.quillt1Text = titleTexts.first;
     context.quillt2Text = titleTexts.second;
-    context.roleEffectMappings = request.roleEffectMappings;
-    runTasks(makeTaskList(request.actionType, request.exportChapterMarkers, request.exportVideoDescription),
+    runTasks(makeTaskList(request.actionType, request.settings.exportChapterMarkers,
+                          request.settings.exportVideoDescription),
              context);
 }
 
@@ -158,11 +161,8 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
 void refuseOutputInsideSourceBundle(const std::filesystem::path& sourceURL,
                                     const std::filesystem::path& outputDirectory) {
     const std::filesystem::path folder = sourceURL.parent_path();
-    std::string extension = folder.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (extension == ".fcpxmld" && isInside(outputDirectory, folder)) {
-        throw Error("Processing", 3,
+    if (lowercasedExtension(folder) == ".fcpxmld" && isInside(outputDirectory, folder)) {
+        throw Error(ProcessingError::domain, ProcessingError::outputInsideSource,
                     localized("Der Zielordner liegt im Bundle des Projekts: ",
                               "The output folder is inside the project's bundle: ") +
                         outputDirectory.string());
@@ -170,20 +170,20 @@ void refuseOutputInsideSourceBundle(const std::filesystem::path& sourceURL,
 }
 
 void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& callbacks) {
-    if (!request.outputDirectory) {
-        throw Error("Processing", 1, "Kein Zielordner ausgewählt");
+    const std::filesystem::path& outputDirectory = request.settings.outputDirectory;
+    if (outputDirectory.empty()) {
+        throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
-    refuseOutputInsideSourceBundle(request.sourceURL, *request.outputDirectory);
-    const FolderAccessScope access(*request.outputDirectory);
+    refuseOutputInsideSourceBundle(request.sourceURL, outputDirectory);
+    const FolderAccessScope access(outputDirectory);
     if (request.actionType == ExportActionType::archiving) {
-        logAccessDiagnosis(callbacks.logger, *request.outputDirectory, access.granted());
+        logAccessDiagnosis(callbacks.logger, outputDirectory, access.granted());
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
-    std::shared_ptr<XmlDocument> document = request.sourceBytes ? parseProjectDocument(*request.sourceBytes)
-                                                                : loadProjectDocument(request.sourceURL);
+    std::shared_ptr<XmlDocument> document = loadSource(request);
     // Every run reads the title texts, so the log shows them whichever workflow runs.
     const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
-    if (request.debugMode) {
+    if (request.settings.debugMode) {
         for (const std::string& line : titleTextDebugLines(titleTexts)) {
             callbacks.logger(LogEntryType::info, line);
         }
@@ -193,6 +193,15 @@ void runExportPipeline(const PipelineRequest& request, const PipelineCallbacks& 
     } else {
         runPreProduction(request, callbacks, std::move(document), titleTexts);
     }
+}
+
+ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& logger) {
+    ExportContext context;
+    fillContext(context, request, logger, nullptr);
+    return withTimeErrors([&] {
+        context.xmlDocument = loadSource(request);
+        return planArchive(context);
+    });
 }
 
 }  // namespace tidyreel

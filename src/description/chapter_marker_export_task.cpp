@@ -1,10 +1,10 @@
 #include "description/chapter_marker_export_task.h"
 
+#include "base/text.h"
 #include "description/chapter_list_check.h"
 #include "description/chapter_marker_reader.h"
 #include "description/description_files.h"
 #include "description/description_log.h"
-#include "description/text_trimming.h"
 #include "fcpxml/xml.h"
 
 #include <fmt/format.h>

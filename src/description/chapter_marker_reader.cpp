@@ -1,6 +1,7 @@
 #include "description/chapter_marker_reader.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
 #include "fcpxml/xml.h"
 
@@ -90,7 +91,7 @@ std::optional<Fraction> markerPosition(XmlElement marker) {
 }
 
 Error unrepresentablePosition(const std::string& name, const std::exception& reason) {
-    return Error("ChapterMarker", 1,
+    return Error(ChapterMarkerError::domain, ChapterMarkerError::unrepresentablePosition,
                  fmt::format("{} '{}': {} ({})", localized("Kapitelmarker", "Chapter marker"), name,
                              localized("Position lässt sich nicht exakt berechnen",
                                        "position cannot be computed exactly"),

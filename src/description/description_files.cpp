@@ -1,6 +1,7 @@
 #include "description/description_files.h"
 
-#include "description/text_trimming.h"
+#include "base/file_names.h"
+#include "base/text.h"
 #include "pipeline/export_context.h"
 #include "platform/file_write.h"
 

@@ -1,5 +1,6 @@
 #include "description/description_log.h"
 
+#include "base/utf8.h"
 #include "pipeline/export_context.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 #include "description/description_title_texts.h"
 
+#include "base/text.h"
 #include "description/description_log.h"
-#include "description/text_trimming.h"
 #include "fcpxml/xml.h"
 
 #include <optional>

@@ -1,6 +1,7 @@
 #include "fcpxml/role_discovery.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/uuid.h"
 
 #include <algorithm>
@@ -74,7 +75,7 @@ std::map<std::string, int> countVideoRoles(XmlElement root, bool includeTitles) 
 std::vector<VideoRole> discoverVideoRoles(const XmlDocument& document) {
     const XmlElement root = document.root();
     if (!root) {
-        throw Error("FCPXMLRoleParser", 1, "Kein Root-Element gefunden");
+        throw Error(RoleParserError::domain, RoleParserError::noRootElement, "Kein Root-Element gefunden");
     }
     std::vector<VideoRole> roles;
     for (const auto& [name, count] : countVideoRoles(root)) {

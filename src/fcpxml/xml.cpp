@@ -1,6 +1,7 @@
 #include "fcpxml/xml.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
 
 #include <fmt/format.h>
@@ -226,7 +227,8 @@ std::shared_ptr<XmlDocument> XmlDocument::parse(std::string_view bytes) {
     if (!doc || !context->wellFormed) {
         const std::string message = parserMessage(xmlCtxtGetLastError(context.get()));
         xmlFreeDoc(doc);
-        throw Error("XMLParser", 1, localized("Ungültiges XML: ", "Invalid XML: ") + message);
+        throw Error(XmlParserError::domain, XmlParserError::notWellFormed,
+                    localized("Ungültiges XML: ", "Invalid XML: ") + message);
     }
     return std::shared_ptr<XmlDocument>(new XmlDocument(doc));
 }
@@ -248,10 +250,16 @@ std::vector<XmlElement> XmlDocument::xpath(const std::string& expression, XmlEle
     if (context) {
         xpathContext->node = context.node();
     }
+    // The failure becomes our error below; libxml2 would otherwise print it on standard error.
+    xpathContext->error = [](void*, auto) {};
     std::unique_ptr<xmlXPathObject, XPathObjectDeleter> result(
         xmlXPathEvalExpression(xmlText(expression.c_str()), xpathContext.get()));
+    if (!result || result->type != XPATH_NODESET) {
+        throw Error(XPathError::domain, XPathError::malformedExpression,
+                    localized("Ungültiger XPath-Ausdruck: ", "Invalid XPath expression: ") + expression);
+    }
     std::vector<XmlElement> elements;
-    if (result && result->type == XPATH_NODESET && result->nodesetval) {
+    if (result->nodesetval) {
         const xmlNodeSetPtr nodes = result->nodesetval;
         elements.reserve(static_cast<std::size_t>(nodes->nodeNr));
         for (int i = 0; i < nodes->nodeNr; ++i) {
@@ -301,7 +309,7 @@ void forEachElement(XmlElement root, const std::function<void(XmlElement)>& visi
 std::string readFileBytes(const std::filesystem::path& file, std::uintmax_t limit) {
     const auto fail = [&](int code, const std::string& reason) {
         return Error(
-            "FileSystem", code,
+            FileSystemError::domain, code,
             fmt::format("{}: {} ({})", localized("Datei konnte nicht gelesen werden", "Could not read file"),
                         file.string(), reason));
     };

@@ -105,7 +105,8 @@ public:
 
     /// The root element, or null for a document without one.
     XmlElement root() const;
-    /// The elements an XPath 1.0 expression selects, evaluated at `context` (the document when null).
+    /// The elements an XPath 1.0 expression selects, evaluated at `context` (the document when null);
+    /// throws `Error` (domain "XPath") when the expression is malformed or selects no node set.
     std::vector<XmlElement> xpath(const std::string& expression, XmlElement context = {}) const;
     /// The first element an XPath expression selects, or null.
     XmlElement first(const std::string& expression, XmlElement context = {}) const;

@@ -1,5 +1,9 @@
 #include "grading/effect_preset_parser.h"
 
+#include "base/error_codes.h"
+#include "base/file_names.h"
+#include "base/text.h"
+
 #include "base/language.h"
 #include "fcpxml/media_path.h"
 #include "pipeline/export_context.h"
@@ -24,12 +28,6 @@ constexpr std::size_t kChunkSize = std::size_t{1} << 20;
 // A match can begin in one piece of the file and end in the next; the longest one ("FxPlug:" and a
 // UUID) needs this many bytes of the previous piece carried over.
 constexpr std::size_t kCarryLength = kFxPlugPrefix.size() + kUuidLength - 1;
-
-std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 // By hand rather than std::isxdigit: the process locale must not change what counts as a digit.
 bool isHexDigit(char c) {
@@ -200,7 +198,7 @@ std::filesystem::path absoluteFilePath(const std::filesystem::path& file) {
 }  // namespace
 
 ParseError::ParseError(Kind kind, std::string detail, const std::string& description)
-    : Error("EffectPresetParser.ParseError", static_cast<int>(kind), description),
+    : Error(EffectPresetError::domain, static_cast<int>(kind), description),
       kind_(kind),
       detail_(std::move(detail)) {}
 

@@ -1,6 +1,7 @@
 #include "grading/fcpxml_effect_injector.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "fcpxml/role_discovery.h"
 
 #include <fmt/format.h>
@@ -129,11 +130,12 @@ FCPXMLEffectInjector::FCPXMLEffectInjector(std::shared_ptr<XmlDocument> document
 InjectionStats FCPXMLEffectInjector::inject() {
     const XmlElement root = document_->root();
     if (!root) {
-        throw Error("FCPXMLEffectInjector", 1, "Kein Root-Element");
+        throw Error(EffectInjectorError::domain, EffectInjectorError::noRootElement, "Kein Root-Element");
     }
     const XmlElement resources = root.firstChild("resources");
     if (!resources) {
-        throw Error("FCPXMLEffectInjector", 2, "Kein <resources>-Element gefunden");
+        throw Error(EffectInjectorError::domain, EffectInjectorError::noResources,
+                    "Kein <resources>-Element gefunden");
     }
     InjectionStats stats;
     const std::map<std::string, std::string> effectIds = ensureEffectResources(resources, stats);

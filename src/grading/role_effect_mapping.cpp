@@ -1,6 +1,7 @@
 #include "grading/role_effect_mapping.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "fcpxml/xml.h"
 #include "platform/file_write.h"
 #include "platform/system_paths.h"
@@ -15,7 +16,8 @@ using Json = nlohmann::json;
 constexpr const char* kFileName = "role_effects.json";
 
 Error malformed(const std::string& reason) {
-    return Error("RoleEffectMapping", 1, std::string(kFileName) + ": " + reason);
+    return Error(RoleEffectMappingError::domain, RoleEffectMappingError::malformedFile,
+                 std::string(kFileName) + ": " + reason);
 }
 
 const std::string& requiredText(const Json& entry, const char* key, const std::string& role) {
@@ -80,7 +82,7 @@ std::string RoleEffectMapping::encoded() const {
     try {
         return Json{{"mappings", roles}}.dump();
     } catch (const Json::exception& error) {
-        throw Error("RoleEffectMapping", 2, error.what());
+        throw Error(RoleEffectMappingError::domain, RoleEffectMappingError::notEncodable, error.what());
     }
 }
 

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "base/log_entry.h"
-#include "pipeline/effect_reference.h"
+#include "pipeline/run_settings.h"
 
 #include <filesystem>
 #include <memory>
 #include <optional>
-#include <set>
 #include <stop_token>
 #include <string>
 #include <string_view>
@@ -24,25 +23,18 @@ std::string_view rawValue(ExportActionType type);
 /// The workflow with that raw value; no value for any other text.
 std::optional<ExportActionType> exportActionTypeFromRaw(std::string_view raw);
 
-/// Everything a task of one run receives; the tasks read and change `xmlDocument` in place.
-struct ExportContext {
+/// Everything a task of one run receives: the run's settings (its base, handed over whole when the
+/// run starts) and what the run works on. The tasks read and change `xmlDocument` in place.
+struct ExportContext : RunSettings {
     std::filesystem::path sourceURL;           ///< the loaded FCPXML document (a bundle's Info.fcpxml)
-    std::filesystem::path outputDirectory;     ///< the chosen output folder
     std::string originalFileName;              ///< the name of the chosen file or bundle
     std::shared_ptr<XmlDocument> xmlDocument;  ///< the run's own freshly parsed document
     ExportActionType actionType = ExportActionType::colorGrading;  ///< the workflow being run
-    double buffer = 10.0;                   ///< trim handle length in seconds (archive)
-    double minSegment = 20.0;               ///< minimum segment length in seconds (archive)
-    std::string youtubeDescription1;        ///< first description text from the settings
-    std::string youtubeDescription2;        ///< second description text from the settings
-    std::string quillt1Text;                ///< text of the first description title clip
-    std::string quillt2Text;                ///< text of the second description title clip
-    RoleEffectMappings roleEffectMappings;  ///< the effect assigned to each role
-    std::set<std::string> includedRoles;    ///< roles the user left enabled
-    bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
-    Logger logger;                          ///< appends a line to the processing log
-    ProgressUpdater progressUpdater;        ///< reports step progress; may be empty
-    std::stop_token stopToken;              ///< set when the run is to stop (Ctrl-C, Cancel, quitting)
+    std::string quillt1Text;          ///< text of the first description title clip
+    std::string quillt2Text;          ///< text of the second description title clip
+    Logger logger;                    ///< appends a line to the processing log
+    ProgressUpdater progressUpdater;  ///< reports step progress; may be empty
+    std::stop_token stopToken;        ///< set when the run is to stop (Ctrl-C, Cancel, quitting)
 
     virtual ~ExportContext() = default;
 
@@ -67,12 +59,5 @@ struct ArchiveExportContext : ExportContext {
     std::shared_ptr<BundledAssetRegistry> bundledAssets;  ///< what has been placed in the bundle
     std::filesystem::path bundleURL;  ///< the bundle this run writes; empty: the default name (tests)
 };
-
-/// The name part of a file name: everything before the last "." (the whole name without one).
-std::string fileNameBase(const std::string& fileName);
-/// The extension of a file name as written, without the dot; empty without one.
-std::string fileNameExtension(const std::string& fileName);
-/// The first `count` user-perceived characters of UTF-8 text, never splitting a character.
-std::string prefixCharacters(std::string_view text, std::size_t count);
 
 }  // namespace tidyreel

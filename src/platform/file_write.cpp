@@ -1,5 +1,6 @@
 #include "platform/file_write.h"
 
+#include "base/error_codes.h"
 #include "base/language.h"
 #include "base/uuid.h"
 
@@ -62,7 +63,7 @@ void syncFolder(const std::filesystem::path& folder) {
 
 Error writeError(const std::filesystem::path& file, int code) {
     return Error(
-        "FileSystem", code,
+        FileSystemError::domain, code,
         fmt::format("{}: {} ({})", localized("Datei konnte nicht geschrieben werden", "Could not write file"),
                     file.string(), std::strerror(code)));
 }
@@ -124,7 +125,7 @@ bool pathExists(const std::filesystem::path& path) noexcept {
 }
 
 Error fileSystemError(const std::string& what, const std::filesystem::path& path, std::error_code reason) {
-    return Error("FileSystem", reason.value(),
+    return Error(FileSystemError::domain, reason.value(),
                  fmt::format("{}: {} ({})", what, path.string(), reason.message()));
 }
 

@@ -1,6 +1,7 @@
 #include "platform/folder_bookmark.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
 
 #include <sys/stat.h>
@@ -21,12 +22,13 @@ FolderIdentity identityOf(const std::filesystem::path& folder) {
     struct stat info {};
     if (::stat(folder.c_str(), &info) != 0) {
         const int code = errno;
-        throw Error("Bookmark", code,
+        throw Error(BookmarkError::domain, code,
                     localized("Ordner nicht gefunden: ", "Folder not found: ") + folder.string() + " (" +
                         std::strerror(code) + ")");
     }
     if (!S_ISDIR(info.st_mode)) {
-        throw Error("Bookmark", ENOTDIR, localized("Kein Ordner: ", "Not a folder: ") + folder.string());
+        throw Error(BookmarkError::domain, ENOTDIR,
+                    localized("Kein Ordner: ", "Not a folder: ") + folder.string());
     }
     return {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino)};
 }
@@ -46,7 +48,8 @@ ResolvedBookmark resolveFolderBookmark(const std::string& data) {
     if (!bookmark.is_object() || !bookmark.contains("path") || !bookmark["path"].is_string() ||
         !bookmark.contains("device") || !bookmark["device"].is_number_unsigned() ||
         !bookmark.contains("inode") || !bookmark["inode"].is_number_unsigned()) {
-        throw Error("Bookmark", 1, localized("Ungültige Bookmark-Daten", "Invalid bookmark data"));
+        throw Error(BookmarkError::domain, BookmarkError::unreadableData,
+                    localized("Ungültige Bookmark-Daten", "Invalid bookmark data"));
     }
     const std::filesystem::path folder = bookmark["path"].get<std::string>();
     const FolderIdentity identity = identityOf(folder);

@@ -1,6 +1,7 @@
 #include "platform/process_runner.h"
 
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
 
 #include <fcntl.h>
@@ -31,7 +32,7 @@ class Pipe {
 public:
     Pipe() {
         if (::pipe2(ends_.data(), O_CLOEXEC) != 0) {
-            throw Error("Process", errno, std::strerror(errno));
+            throw Error(ProcessError::domain, errno, std::strerror(errno));
         }
     }
     ~Pipe() {
@@ -163,7 +164,7 @@ pid_t startChild(const ProcessRequest& request, Pipe* standardOutput, Pipe& stan
     const pid_t parent = ::getpid();
     const pid_t child = ::fork();
     if (child < 0) {
-        throw Error("Process", errno, std::strerror(errno));
+        throw Error(ProcessError::domain, errno, std::strerror(errno));
     }
     if (child == 0) {
         execChild(argv.data(), request.workingDirectory ? workingDirectory.c_str() : nullptr,
@@ -180,7 +181,7 @@ pid_t startChild(const ProcessRequest& request, Pipe* standardOutput, Pipe& stan
     } while (count < 0 && errno == EINTR);
     if (count == static_cast<ssize_t>(sizeof code)) {
         ::waitpid(child, nullptr, 0);
-        throw Error("Process", code,
+        throw Error(ProcessError::domain, code,
                     localized("Programm konnte nicht gestartet werden: ", "Could not start program: ") +
                         request.executable.string() + " (" + std::strerror(code) + ")");
     }

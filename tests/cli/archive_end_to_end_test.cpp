@@ -125,7 +125,7 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
                       original->first("//asset[@id='" + id + "']/media-rep").attribute("src").value_or(""))))
             << id;
         EXPECT_EQ(archived->first("//asset[@id='" + id + "']").attribute("duration"),
-                  FFProbe::probeDuration(file).toFCPXML())
+                  FFProbe::probeDuration(file, {}).toFCPXML())
             << id;
     }
     EXPECT_EQ(archived->first("//asset[@id='a7']").attribute("start"), "3600s");

@@ -45,6 +45,32 @@ TEST_F(ControllerSettings, DefaultsUntilPositiveNumbersAreStored) {
     EXPECT_EQ(ContentViewModel(RunMode::blocking).minSegment(), 12.0);
 }
 
+TEST_F(ControllerSettings, ARunTakesEverySettingOnceWithTheEnvironmentBeforeTheStoredTools) {
+    SettingsStore::setString("encoder", "hevc_videotoolbox");
+    SettingsStore::setString("ffmpegPath", "/stored/ffmpeg");
+    SettingsStore::setString("ffprobePath", "/stored/ffprobe");
+    const test::ScopedEnvironment ffmpeg("TIDYREEL_FFMPEG", "/env/ffmpeg");
+    const test::ScopedEnvironment ffprobe("TIDYREEL_FFPROBE", "");
+    ContentViewModel controller(RunMode::blocking);
+    controller.setBuffer(7.0);
+    controller.setIncludedRoles({"A", "B"});
+    controller.setExportChapterMarkers(true);
+    const RunSettings taken = controller.runSettings();
+    SettingsStore::setString("encoder", "libx265");
+    controller.setBuffer(9.0);
+
+    EXPECT_EQ(taken.encoder, "hevc_videotoolbox");
+    EXPECT_EQ(taken.tools.ffmpeg, "/env/ffmpeg");
+    EXPECT_EQ(taken.tools.ffprobe, "/stored/ffprobe");
+    EXPECT_EQ(taken.buffer, 7.0);
+    EXPECT_EQ(taken.minSegment, 20.0);
+    EXPECT_EQ(taken.includedRoles, (std::set<std::string>{"A", "B"}));
+    EXPECT_TRUE(taken.exportChapterMarkers);
+    EXPECT_FALSE(taken.exportVideoDescription);
+    EXPECT_TRUE(taken.outputDirectory.empty());
+    EXPECT_EQ(controller.runSettings().encoder, "libx265");
+}
+
 TEST_F(ControllerSettings, ChangesAreWrittenAtOnceAndReadAtTheNextStart) {
     {
         ContentViewModel controller(RunMode::blocking);
@@ -224,12 +250,15 @@ TEST_F(ControllerRuns, ColourGradingFailsWithoutAFolderBeforeParsingAndWritesNot
               "Color-Grading fehlgeschlagen: Kein Zielordner ausgewählt");
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
     EXPECT_EQ(controller.colorGradingStatus(), ActionStatus::error("Fehler aufgetreten"));
+    ASSERT_TRUE(controller.lastRunError());
+    EXPECT_TRUE(test::isError(*controller.lastRunError(), "Processing", 1, "Kein Zielordner ausgewählt"));
 
     std::filesystem::create_directory(output());
     controller.chooseOutputFolder(output());
     test::writeTextFile(folder / "Projekt.fcpxml", "<fcpxml><resources>");
     controller.startColorGrading();
     EXPECT_TRUE(controller.logEntries().back().message.starts_with("Color-Grading fehlgeschlagen: "));
+    EXPECT_EQ(controller.lastRunError()->domain(), "XMLParser");
     EXPECT_TRUE(test::filesIn(output()).empty());
 }
 
@@ -263,6 +292,19 @@ TEST_F(ControllerRuns, ArchivingWithoutAWritableOutputFolderShowsTheAlertAndRuns
     EXPECT_EQ(controller.permissionAlertMessage(),
               "Cannot write to selected output directory. Please choose another folder.");
     EXPECT_FALSE(std::filesystem::exists(output()));
+}
+
+TEST_F(ControllerRuns, PlanningOnlyWritesNothingAndKeepsItsFailure) {
+    EXPECT_FALSE(controller.planArchiving());
+    load();
+    EXPECT_TRUE(controller.planArchiving());
+    EXPECT_FALSE(controller.lastRunError());
+    test::writeTextFile(folder / "Projekt.fcpxml", "<fcpxml><resources>");
+    EXPECT_FALSE(controller.planArchiving());
+    EXPECT_TRUE(controller.logEntries().back().message.starts_with("Trim & Archivierung fehlgeschlagen: "));
+    ASSERT_TRUE(controller.lastRunError());
+    EXPECT_EQ(controller.lastRunError()->domain(), "XMLParser");
+    EXPECT_EQ(test::filesIn(folder.path()), std::vector<std::filesystem::path>{folder / "Projekt.fcpxml"});
 }
 
 TEST_F(ControllerRuns, ArchivingWithNoRolesNamesNone) {

@@ -58,8 +58,8 @@ protected:
         test::writeTextFile(folder / "P.fcpxml", project);
         PipelineRequest result;
         result.actionType = type;
-        result.outputDirectory = folder / "out";
-        std::filesystem::create_directories(*result.outputDirectory);
+        result.settings.outputDirectory = folder / "out";
+        std::filesystem::create_directories(result.settings.outputDirectory);
         result.sourceURL = folder / "P.fcpxml";
         result.originalFileName = "P.fcpxml";
         return result;
@@ -72,15 +72,9 @@ protected:
 
 TEST_F(PipelineRun, NoOutputFolderFailsWithProcessingCodeOneAndLogsNothing) {
     PipelineRequest noFolder = request(ExportActionType::colorGrading);
-    noFolder.outputDirectory.reset();
-    try {
-        runExportPipeline(noFolder, callbacks());
-        FAIL() << "no error";
-    } catch (const Error& error) {
-        EXPECT_EQ(error.domain(), "Processing");
-        EXPECT_EQ(error.code(), 1);
-        EXPECT_STREQ(error.what(), "Kein Zielordner ausgewählt");
-    }
+    noFolder.settings.outputDirectory.clear();
+    EXPECT_TRUE(test::throwsError([&] { runExportPipeline(noFolder, callbacks()); }, "Processing", 1,
+                                  "Kein Zielordner ausgewählt"));
     EXPECT_TRUE(lines.empty());
 }
 
@@ -89,7 +83,7 @@ TEST_F(PipelineRun, AFailingEffectTaskStopsTheRunBeforeAnythingIsWritten) {
         "<fcpxml><library><project name=\"P\"><sequence><spine><clip videoRole=\"V\"/></spine></sequence>"
         "</project></library></fcpxml>";
     PipelineRequest grading = request(ExportActionType::colorGrading);
-    grading.roleEffectMappings["V"] =
+    grading.settings.roleEffectMappings["V"] =
         EffectReference{"Warm", "~/Effects.localized/Warm.moef", std::nullopt, SourceType::motionTemplate};
     EXPECT_THROW(runExportPipeline(grading, callbacks()), Error);
     EXPECT_TRUE(std::filesystem::is_empty(folder / "out"));

@@ -78,6 +78,16 @@ TEST(XmlDocumentAccess, AttributeValuesRoundTripUnescaped) {
     EXPECT_FALSE(project.hasAttribute("name"));
 }
 
+TEST(XmlDocumentAccess, AMalformedXPathIsAnErrorNotAnEmptyResult) {
+    const auto document = XmlDocument::parse("<fcpxml><project name=\"p\"/></fcpxml>");
+    EXPECT_TRUE(test::throwsError([&] { document->xpath("//project[@name="); }, "XPath", 1,
+                                  "Invalid XPath expression: //project[@name="));
+    EXPECT_TRUE(test::throwsError([&] { document->first("count(//project)"); }, "XPath", 1,
+                                  "Invalid XPath expression: count(//project)"));
+    EXPECT_TRUE(document->xpath("//clip").empty());
+    EXPECT_EQ(document->xpath("//project").size(), 1u);
+}
+
 TEST(XmlDocumentSerialize, PrettyOutputIndentsAddedElementsAndKeepsTextRuns) {
     const auto document = XmlDocument::parse(
         "<fcpxml>\n  <clip>\n    <note>a</note>\n  </clip>\n"

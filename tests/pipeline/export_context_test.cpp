@@ -56,25 +56,5 @@ TEST(OutputFileName, BundlesGetANewBundleHoldingInfoFcpxml) {
               "250305_1407_cologr_Reise.2024.Teil.fcpxml");  // 16 characters cut to 15
 }
 
-TEST(PrefixCharacters, NeverSplitsACharacter) {
-    EXPECT_EQ(prefixCharacters("Hochzeit am See", 15), "Hochzeit am See");
-    EXPECT_EQ(prefixCharacters("Übermäßig große Überschrift", 15), "Übermäßig große");
-    EXPECT_EQ(prefixCharacters("🎬🎬🎬", 2), "🎬🎬");
-    EXPECT_EQ(prefixCharacters("e\u0301e\u0301e", 2), "e\u0301e\u0301");           // combining accents stay
-    EXPECT_EQ(prefixCharacters("👍🏽x", 1), "👍🏽");                       // skin tone modifier
-    EXPECT_EQ(prefixCharacters("👨\u200D👩\u200D👧 Familie", 1), "👨\u200D👩\u200D👧");  // joined emoji
-    EXPECT_EQ(prefixCharacters("🇩🇪🇫🇷", 1), "🇩🇪");                                  // flags are pairs
-    EXPECT_EQ(prefixCharacters("ab", 0), "");
-    EXPECT_EQ(prefixCharacters("a\xFF\xFE", 2), "a\xFF");  // broken bytes count one each
-}
-
-TEST(FileNameParts, BaseAndExtensionSplitAtTheLastDot) {
-    EXPECT_EQ(fileNameBase("Reise.2024.Teil1.fcpxml"), "Reise.2024.Teil1");
-    EXPECT_EQ(fileNameExtension("Reise.2024.Teil1.fcpxml"), "fcpxml");
-    EXPECT_EQ(fileNameBase("Projekt"), "Projekt");
-    EXPECT_EQ(fileNameExtension("Projekt"), "");
-    EXPECT_EQ(fileNameExtension(".hidden"), "");
-}
-
 }  // namespace
 }  // namespace tidyreel

@@ -2,6 +2,7 @@
 
 #include "archive/media/bundled_asset_registry.h"
 #include "base/language.h"
+#include "base/utf8.h"
 #include "platform/file_write.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 #include "archive/media/encoder_profile.h"
 
-#include "platform/settings_store.h"
+#include "base/file_names.h"
 
 #include <fmt/format.h>
 
@@ -10,13 +10,6 @@
 
 namespace tidyreel {
 namespace {
-
-std::string lowercasedExtension(const std::filesystem::path& path) {
-    std::string extension = path.extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
-}
 
 void append(std::vector<std::string>& arguments, std::vector<std::string> more) {
     arguments.insert(arguments.end(), std::make_move_iterator(more.begin()),
@@ -78,10 +71,8 @@ bool isEncoderProfileAvailable(EncoderProfile profile) {
 #endif
 }
 
-EncoderProfile selectedEncoderProfile() {
-    const std::optional<std::string> setting = SettingsStore::stringValue("encoder");
-    return setting ? encoderProfileNamed(*setting).value_or(defaultEncoderProfile())
-                   : defaultEncoderProfile();
+EncoderProfile selectedEncoderProfile(std::string_view name) {
+    return encoderProfileNamed(name).value_or(defaultEncoderProfile());
 }
 
 std::string ffmpegSeconds(double seconds) {

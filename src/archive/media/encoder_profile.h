@@ -25,8 +25,8 @@ std::optional<EncoderProfile> encoderProfileNamed(std::string_view name);
 EncoderProfile defaultEncoderProfile();
 /// Whether this platform has the profile's encoder: VideoToolbox exists only on macOS.
 bool isEncoderProfileAvailable(EncoderProfile profile);
-/// The profile the setting "encoder" names, else the platform's.
-EncoderProfile selectedEncoderProfile();
+/// The profile a run's encoder setting names, else the platform's (also for an empty name).
+EncoderProfile selectedEncoderProfile(std::string_view name);
 
 /// Seconds as ffmpeg reads them: six decimals, independent of the locale.
 std::string ffmpegSeconds(double seconds);

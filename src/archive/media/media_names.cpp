@@ -1,6 +1,7 @@
 #include "archive/media/media_names.h"
 
-#include "archive/media/tool_runner.h"
+#include "base/file_names.h"
+#include "base/utf8.h"
 #include "fcpxml/media_path.h"
 #include "pipeline/export_context.h"
 #include "platform/file_write.h"

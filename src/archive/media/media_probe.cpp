@@ -1,6 +1,7 @@
 #include "archive/media/media_probe.h"
 
 #include "archive/media/tool_runner.h"
+#include "base/utf8.h"
 #include "platform/process_runner.h"
 
 #include <fmt/format.h>
@@ -22,9 +23,9 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
 }
 
 // Runs ffprobe and returns its standard output.
-std::string runProbe(const std::vector<std::string>& arguments) {
+std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools) {
     ProcessRequest request;
-    request.executable = locateFFprobe();
+    request.executable = locateFFprobe(tools);
     request.arguments = arguments;
     request.captureStandardOutput = true;
     // A source that never ends (a device, a stalled network share) must not hold the run forever.
@@ -127,17 +128,18 @@ std::vector<std::string> durationProbeArguments(const std::filesystem::path& fil
     return probeArguments("stream=time_base,duration_ts:format=duration", file);
 }
 
-ProbeResult probeCodec(const std::filesystem::path& file) {
-    return parseCodecProbe(runProbe(codecProbeArguments(file)));
+ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools) {
+    return parseCodecProbe(runProbe(codecProbeArguments(file), tools));
 }
 
-Rational probeDuration(const std::filesystem::path& file) {
-    return parseDurationProbe(runProbe(durationProbeArguments(file)));
+Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools) {
+    return parseDurationProbe(runProbe(durationProbeArguments(file), tools));
 }
 
-bool hasAudioStream(const std::filesystem::path& file) {
+bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools) {
     try {
-        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0")))).has_value();
+        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0"), tools)))
+            .has_value();
     } catch (const Error&) {
         return false;
     }

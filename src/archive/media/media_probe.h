@@ -1,6 +1,8 @@
 #pragma once
 
 #include "base/error.h"
+#include "base/error_codes.h"
+#include "pipeline/run_settings.h"
 #include "time/rational.h"
 
 #include <cstdint>
@@ -26,17 +28,18 @@ struct ProbeResult {
 class ProbeError : public Error {
 public:
     /// A probe error with this message.
-    explicit ProbeError(const std::string& message) : Error("ProbeError", 1, message) {}
+    explicit ProbeError(const std::string& message)
+        : Error(MediaProbeError::domain, MediaProbeError::failed, message) {}
 };
 
 namespace FFProbe {
 
-/// Codec facts of the file's first video stream; throws `ProbeError`.
-ProbeResult probeCodec(const std::filesystem::path& file);
+/// Codec facts of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
+ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools);
 /// Exact length of the file's first video stream; throws `ProbeError`.
-Rational probeDuration(const std::filesystem::path& file);
+Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools);
 /// Whether the file has an audio stream; false when ffprobe cannot tell.
-bool hasAudioStream(const std::filesystem::path& file);
+bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools);
 
 /// The nine arguments of the codec probe.
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);

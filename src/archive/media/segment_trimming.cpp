@@ -7,6 +7,8 @@
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
 #include "base/error.h"
+#include "base/error_codes.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "base/uuid.h"
 #include "fcpxml/resource_index.h"
@@ -94,7 +96,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i]);
+            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -153,7 +155,7 @@ std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outp
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source)),
+                            FFProbe::hasAudioStream(job.source, job.context.tools)),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -210,11 +212,13 @@ void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
 void validateFallbackTarget(const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(target, status))) {
-        throw Error("FallbackValidation", 1, "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::notRegularFile,
+                    "Ziel ist kein reguläres File (Symlink oder anderer Typ)");
     }
     const std::uintmax_t size = std::filesystem::file_size(target, status);
     if (status || size == 0) {
-        throw Error("FallbackValidation", 2, "Ziel-Datei hat Größe 0");
+        throw Error(FallbackValidationError::domain, FallbackValidationError::emptyFile,
+                    "Ziel-Datei hat Größe 0");
     }
 }
 
@@ -232,15 +236,16 @@ std::string pathSafeID(const std::string& assetID) {
 
 // A cut counts once its file is there, decodes, and is not shorter than planned (a stopped encode
 // leaves a short file that still decodes).
-void checkTrimmedFile(const std::filesystem::path& file, Rational planned) {
+void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ToolPaths& tools) {
     std::error_code status;
     if (std::filesystem::file_size(file, status) == 0 || status) {
-        throw Error("Trim", 1, localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
+        throw Error(TrimError::domain, TrimError::emptyFile,
+                    localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
     }
-    const Rational measured = FFProbe::probeDuration(file);
+    const Rational measured = FFProbe::probeDuration(file, tools);
     if (measured < planned - kShortCutTolerance) {
         throw Error(
-            "Trim", 2,
+            TrimError::domain, TrimError::tooShort,
             fmt::format("{}: {} < {}", localized("Geschnittene Datei zu kurz", "Trimmed file too short"),
                         measured.toFCPXML(), planned.toFCPXML()));
     }
@@ -292,15 +297,15 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 source,
                 fileNameExtension(source.filename().string()),
                 false,
-                selectedEncoderProfile(),
+                selectedEncoderProfile(context.encoder),
                 [&, progressStep, progressSteps](double seconds) {
                     reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
                 }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
         std::vector<Rational> drifts = cut(job, outputs);
-        checkTrimmedFile(outputs.output, totalLength(plan.segments));
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});

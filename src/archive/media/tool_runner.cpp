@@ -2,10 +2,12 @@
 
 #include "archive/media/media_probe.h"
 #include "base/error.h"
+#include "base/error_codes.h"
 #include "base/language.h"
+#include "base/text.h"
+#include "base/utf8.h"
 #include "platform/file_write.h"
 #include "platform/process_runner.h"
-#include "platform/settings_store.h"
 #include "platform/system_paths.h"
 
 #include <fmt/format.h>
@@ -26,18 +28,6 @@ bool isExecutableFile(const std::filesystem::path& path) {
                std::filesystem::perms::none;
 }
 
-std::optional<std::filesystem::path> configuredTool(const char* environmentVariable,
-                                                    const std::string& settingKey) {
-    if (const char* value = std::getenv(environmentVariable); value && *value) {
-        return std::filesystem::path(value);
-    }
-    if (const std::optional<std::string> setting = SettingsStore::stringValue(settingKey);
-        setting && !setting->empty()) {
-        return std::filesystem::path(*setting);
-    }
-    return std::nullopt;
-}
-
 std::optional<std::filesystem::path> onSearchPath(const std::string& name) {
     const char* path = std::getenv("PATH");
     std::istringstream folders(path ? path : "");
@@ -51,23 +41,15 @@ std::optional<std::filesystem::path> onSearchPath(const std::string& name) {
 }
 
 // The configured tool, the one shipped next to the executable, or the system's.
-std::optional<std::filesystem::path> locateTool(const std::string& name, const char* environmentVariable) {
-    if (const auto configured = configuredTool(environmentVariable, name + "Path");
-        configured && isExecutableFile(*configured)) {
+std::optional<std::filesystem::path> locateTool(const std::string& name,
+                                                const std::filesystem::path& configured) {
+    if (isExecutableFile(configured)) {
         return configured;
     }
     if (const std::filesystem::path shipped = executableFolder() / name; isExecutableFile(shipped)) {
         return shipped;
     }
     return onSearchPath(name);
-}
-
-std::string trimmedWhitespace(const std::string& text) {
-    const std::size_t first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string::npos) {
-        return "";
-    }
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
 std::uintmax_t fileSizeOrZero(const std::filesystem::path& file) {
@@ -88,7 +70,7 @@ void placeCopy(const std::filesystem::path& source, const std::filesystem::path&
     const std::uintmax_t expected = std::filesystem::file_size(source, status);
     if (!status && fileSizeOrZero(partial) != expected) {
         throw Error(
-            "cp", 1,
+            CopyError::domain, CopyError::incomplete,
             fmt::format("{}: {}", localized("Kopie unvollständig", "Copy incomplete"), target.string()));
     }
     std::filesystem::rename(partial, target, status);
@@ -131,15 +113,15 @@ std::chrono::milliseconds ffmpegSilenceLimit() {
     return secondsFromEnvironment("TIDYREEL_FFMPEG_SILENCE_LIMIT", 120);
 }
 
-std::filesystem::path locateFFmpeg() {
-    if (auto found = locateTool("ffmpeg", "TIDYREEL_FFMPEG")) {
+std::filesystem::path locateFFmpeg(const ToolPaths& tools) {
+    if (auto found = locateTool("ffmpeg", tools.ffmpeg)) {
         return *found;
     }
-    throw Error("ffmpeg", -1, "ffmpeg binary nicht im App-Bundle gefunden");
+    throw Error(FfmpegError::domain, FfmpegError::notFound, "ffmpeg binary nicht im App-Bundle gefunden");
 }
 
-std::filesystem::path locateFFprobe() {
-    if (auto found = locateTool("ffprobe", "TIDYREEL_FFPROBE")) {
+std::filesystem::path locateFFprobe(const ToolPaths& tools) {
+    if (auto found = locateTool("ffprobe", tools.ffprobe)) {
         return *found;
     }
     throw ProbeError("ffprobe binary nicht im App-Bundle gefunden");
@@ -148,7 +130,7 @@ std::filesystem::path locateFFprobe() {
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress) {
-    const std::filesystem::path ffmpeg = locateFFmpeg();
+    const std::filesystem::path ffmpeg = locateFFmpeg(context.tools);
     context.throwIfCancelled();
     context.log(LogEntryType::info, fmt::format("    {}: ffmpeg {}", label, loggedCommandLine(arguments)));
     ProcessRequest request;
@@ -172,14 +154,16 @@ void runFFmpeg(const std::vector<std::string>& arguments, const std::string& lab
             LogEntryType::error,
             fmt::format("    ffmpeg: {} {:g} s",
                         localized("angehalten, keine Ausgabe seit", "stopped, no output for"), seconds));
-        throw Error("ffmpeg", result.exitStatus, fmt::format("ffmpeg stalled for {:g} s", seconds));
+        throw Error(FfmpegError::domain, result.exitStatus,
+                    fmt::format("ffmpeg stalled for {:g} s", seconds));
     }
     if (result.exitStatus == 0) {
         return;
     }
     context.log(LogEntryType::error,
                 "    ffmpeg stderr (tail):\n" + standardErrorTail(result.standardErrorTail));
-    throw Error("ffmpeg", result.exitStatus, fmt::format("ffmpeg failed with status {}", result.exitStatus));
+    throw Error(FfmpegError::domain, result.exitStatus,
+                fmt::format("ffmpeg failed with status {}", result.exitStatus));
 }
 
 void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
@@ -218,8 +202,8 @@ void runCopy(const std::filesystem::path& source, const std::filesystem::path& t
     const std::string text = isValidUTF8(bytes) ? bytes : "<nicht dekodierbar>";
     context.log(LogEntryType::error, "     /bin/cp stderr: " + trimmedWhitespace(text));
     context.log(LogEntryType::error, fmt::format("     /bin/cp exit code: {}", result.exitStatus));
-    throw Error("cp", result.exitStatus, fmt::format("/bin/cp failed with status {}", result.exitStatus),
-                {{"stderr", text}});
+    throw Error(CopyError::domain, result.exitStatus,
+                fmt::format("/bin/cp failed with status {}", result.exitStatus), {{"stderr", text}});
 }
 
 void requireRegularFile(const std::filesystem::path& source) {
@@ -227,7 +211,7 @@ void requireRegularFile(const std::filesystem::path& source) {
     std::error_code status;
     const std::filesystem::file_status type = std::filesystem::status(source, status);
     if (std::filesystem::exists(type) && !std::filesystem::is_regular_file(type)) {
-        throw Error("Source", 1,
+        throw Error(SourceError::domain, SourceError::notRegularFile,
                     fmt::format("{}: {}",
                                 localized("Quelle ist keine reguläre Datei", "Source is not a regular file"),
                                 source.string()));
@@ -271,35 +255,6 @@ std::string standardErrorTail(std::string_view standardError, std::size_t count)
         tail += lines[i];
     }
     return tail;
-}
-
-bool isValidUTF8(std::string_view bytes) {
-    std::size_t i = 0;
-    while (i < bytes.size()) {
-        const auto lead = static_cast<unsigned char>(bytes[i]);
-        const std::size_t length = lead < 0x80   ? 1
-                                   : lead < 0xC2 ? 0
-                                   : lead < 0xE0 ? 2
-                                   : lead < 0xF0 ? 3
-                                   : lead < 0xF5 ? 4
-                                                 : 0;
-        if (length == 0 || i + length > bytes.size()) {
-            return false;
-        }
-        for (std::size_t k = 1; k < length; ++k) {
-            if ((static_cast<unsigned char>(bytes[i + k]) >> 6) != 0x2) {
-                return false;
-            }
-        }
-        // Overlong forms, UTF-16 surrogates and code points beyond U+10FFFF.
-        const auto second = length > 1 ? static_cast<unsigned char>(bytes[i + 1]) : 0x80;
-        if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-            (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
-            return false;
-        }
-        i += length;
-    }
-    return true;
 }
 
 std::optional<double> ffmpegProgressTime(std::string_view standardError) {

@@ -33,15 +33,15 @@ std::chrono::milliseconds ffprobeTimeLimit();
 /// before it is stopped as stalled: 120 s, or `TIDYREEL_FFMPEG_SILENCE_LIMIT` seconds.
 std::chrono::milliseconds ffmpegSilenceLimit();
 
-/// The ffmpeg to run: the configured one (`TIDYREEL_FFMPEG` or the setting "ffmpegPath"), then the one
-/// next to the executable, then the first on `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
-std::filesystem::path locateFFmpeg();
+/// The ffmpeg to run: the run's configured one, then the one next to the executable, then the first on
+/// `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
+std::filesystem::path locateFFmpeg(const ToolPaths& tools);
 
-/// The ffprobe to run, looked for like ffmpeg (`TIDYREEL_FFPROBE`, "ffprobePath"); throws `ProbeError`.
-std::filesystem::path locateFFprobe();
+/// The ffprobe to run, looked for like ffmpeg; throws `ProbeError`.
+std::filesystem::path locateFFprobe(const ToolPaths& tools);
 
-/// Runs ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the last 10
-/// lines of its standard error and throws `Error` ("ffmpeg", status); stopped when silent for longer
+/// Runs the context's ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the
+/// last 10 lines of its standard error and throws `Error` ("ffmpeg", status); stopped when silent for longer
 /// than `ffmpegSilenceLimit()`, and with `RunCancelled` on the context's stop request. `progress` hears
 /// the media time ffmpeg reports while it encodes.
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
@@ -69,9 +69,6 @@ std::string loggedCommandLine(const std::vector<std::string>& arguments);
 /// The last `count` non-empty lines of a tool's standard error, or "<nicht dekodierbar>" when it is not
 /// UTF-8.
 std::string standardErrorTail(std::string_view standardError, std::size_t count = 10);
-
-/// Whether the bytes are valid UTF-8.
-bool isValidUTF8(std::string_view bytes);
 
 /// The last "time=HH:MM:SS.ss" ffmpeg reported in a piece of its standard error, in seconds.
 std::optional<double> ffmpegProgressTime(std::string_view standardError);

@@ -1,5 +1,7 @@
 #include "archive/planning/clip_usage_analysis.h"
 
+#include "base/text.h"
+
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/media_path.h"
 
@@ -12,12 +14,6 @@
 
 namespace tidyreel {
 namespace {
-
-std::string lowercased(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 std::string clipName(const AnalysedClip& clip) {
     return clip.name.value_or("?");

@@ -1,5 +1,8 @@
 #include "archive/planning/segment_planning.h"
 
+#include "base/file_names.h"
+#include "base/text.h"
+
 #include "time/decimal_text.h"
 
 #include <fmt/format.h>
@@ -27,16 +30,6 @@ Rational wholeSeconds(double seconds) {
         return Rational::zero();
     }
     return Rational(static_cast<std::int64_t>(std::trunc(std::clamp(seconds, -kLimit, kLimit))));
-}
-
-std::string lowercasedExtension(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    if (!extension.empty()) {
-        extension.erase(0, 1);
-    }
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
 }
 
 bool isTrimmable(const std::string& extension) {
@@ -206,7 +199,8 @@ void planSegments(AssetDecision& decision, const AssetInfo& info, const std::str
 void planKnownAsset(AssetDecision& decision, const AssetInfo& info, const AssetUsage& usage,
                     const PlanningFacts& facts, const Logger& logger) {
     const std::string& id = decision.assetID;
-    const std::string extension = lowercasedExtension(info.path);
+    const std::string extension =
+        lowercased(fileNameExtension(std::filesystem::path(info.path).filename().string()));
     if (!isTrimmable(extension)) {
         decision.reason = SkipReason::notTrimmableType;
         return;

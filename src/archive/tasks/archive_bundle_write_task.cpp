@@ -1,5 +1,8 @@
 #include "archive/tasks/archive_bundle_write_task.h"
 
+#include "base/file_names.h"
+#include "base/utf8.h"
+
 #include "archive/media/archive_bundle.h"
 #include "archive/media/tool_runner.h"
 #include "base/language.h"
@@ -28,10 +31,7 @@ void createFolder(const std::filesystem::path& folder, const ExportContext& cont
 }
 
 bool isInsideBundle(const std::filesystem::path& sourceURL) {
-    std::string extension = sourceURL.parent_path().extension().string();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension == ".fcpxmld";
+    return lowercasedExtension(sourceURL.parent_path()) == ".fcpxmld";
 }
 
 std::string actionWord(ExportActionType type) {

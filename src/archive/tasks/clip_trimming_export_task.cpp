@@ -66,7 +66,9 @@ void ClipTrimmingExportTask::execute(ArchiveExportContext& context) const {
     const std::map<std::string, TrimmedAsset> trimmed = trimAll(planning.plans, context);
     if (!trimmed.empty()) {
         context.log(LogEntryType::info, "Aktualisiere FCPXML-Zeitattribute (ffprobe)...");
-        rewriteTiming(trimmed, *context.xmlDocument, context, FFProbe::probeDuration);
+        rewriteTiming(trimmed, *context.xmlDocument, context, [&](const std::filesystem::path& file) {
+            return FFProbe::probeDuration(file, context.tools);
+        });
     }
     logClosingLine(context, unavailable);
 }

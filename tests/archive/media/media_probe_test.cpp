@@ -92,13 +92,12 @@ TEST(ProResRule, NeedsAllFourFacts) {
 
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     test::TempFolder folder;
-    const test::ScopedEnvironment probe(
-        "TIDYREEL_FFPROBE",
-        test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1").string());
-    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov"); }), "ffprobe failed (status 1): No such file");
-    const test::ScopedEnvironment badBytes(
-        "TIDYREEL_FFPROBE", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1").string());
-    EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov"); }), "ffprobe failed (status 1): ?");
+    const ToolPaths probe{"", test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1")};
+    EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov", probe); }),
+              "ffprobe failed (status 1): No such file");
+    const ToolPaths badBytes{"", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1")};
+    EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov", badBytes); }),
+              "ffprobe failed (status 1): ?");
 }
 
 }  // namespace

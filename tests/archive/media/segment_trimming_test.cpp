@@ -4,7 +4,6 @@
 #include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
 #include "base/error.h"
-#include "platform/settings_store.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>
@@ -24,7 +23,7 @@ using ::testing::HasSubstr;
 class SegmentTrimming : public ::testing::Test {
 protected:
     SegmentTrimming() {
-        SettingsStore::setString("encoder", "hevc_videotoolbox");
+        context.encoder = "hevc_videotoolbox";
         installTools();
         context.outputDirectory = folder / "out";
         context.projectName = "Film";
@@ -38,31 +37,22 @@ protected:
     }
 
     void installTools() {
-        // The old stand-ins must restore the environment before the new ones take it over.
-        ffmpeg.reset();
-        ffprobe.reset();
-        ffmpeg = std::make_unique<ScopedEnvironment>(
-            "TIDYREEL_FFMPEG",
-            test::writeScript(folder / "bin" / "ffmpeg",
-                              "echo \"$*\" >> '" + (folder / "calls.txt").string() +
-                                  "'\n"
-                                  "for last; do :; done\n"
-                                  "if [ \"$2\" = concat ]; then ls >> '" +
-                                  (folder / "pieces.txt").string() +
-                                  "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" +
-                                  ffmpegExit)
-                .string());
+        context.tools.ffmpeg = test::writeScript(
+            folder / "bin" / "ffmpeg",
+            "echo \"$*\" >> '" + (folder / "calls.txt").string() +
+                "'\n"
+                "for last; do :; done\n"
+                "if [ \"$2\" = concat ]; then ls >> '" +
+                (folder / "pieces.txt").string() +
+                "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" + ffmpegExit);
         // A piece lasts 251/25 s; a joined or single cut answers `cutDuration` frames.
-        ffprobe = std::make_unique<ScopedEnvironment>(
-            "TIDYREEL_FFPROBE",
-            test::writeScript(
-                folder / "bin" / "ffprobe",
-                "for last; do :; done\ncase \"$6\" in stream=codec_name*) echo '" + codecJson +
-                    "';; *) case \"$last\" in */seg_*) frames=251;; *) frames=" + cutDuration +
-                    ";; esac; echo "
-                    "\"{\\\"streams\\\":[{\\\"time_base\\\":\\\"1/25\\\",\\\"duration_ts\\\":$frames}]}\";; "
-                    "esac")
-                .string());
+        context.tools.ffprobe = test::writeScript(
+            folder / "bin" / "ffprobe",
+            "for last; do :; done\ncase \"$6\" in stream=codec_name*) echo '" + codecJson +
+                "';; *) case \"$last\" in */seg_*) frames=251;; *) frames=" + cutDuration +
+                ";; esac; echo "
+                "\"{\\\"streams\\\":[{\\\"time_base\\\":\\\"1/25\\\",\\\"duration_ts\\\":$frames}]}\";; "
+                "esac");
     }
 
     TrimPlan plan(std::vector<Segment> segments) const {
@@ -86,8 +76,6 @@ protected:
     std::string ffmpegExit = "exit 0";
     std::string cutDuration = "25100";
     std::string codecJson = R"({"streams":[{"codec_name":"h264","codec_tag_string":"avc1","start_pts":0}]})";
-    std::unique_ptr<ScopedEnvironment> ffmpeg;
-    std::unique_ptr<ScopedEnvironment> ffprobe;
     LogCollector log;
     ArchiveExportContext context;
 };
@@ -156,7 +144,7 @@ TEST_F(SegmentTrimming, FailedCutRemovesItsOutputAndCopiesTheSourceWhole) {
 }
 
 TEST_F(SegmentTrimming, WithoutFFmpegTheSourceIsCopiedWhole) {
-    const ScopedEnvironment noConfiguredTool("TIDYREEL_FFMPEG", (folder / "nothing").string());
+    context.tools.ffmpeg = folder / "nothing";
     const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
     EXPECT_FALSE(trimPlannedAsset(plan({{0, 10}}), context, 0, 1));
     EXPECT_THAT(log.lines(),

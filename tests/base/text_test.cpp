@@ -1,4 +1,4 @@
-#include "description/text_trimming.h"
+#include "base/text.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +17,11 @@ TEST(TextTrimming, KeepsCharactersThatOnlyShareBytesWithSpaces) {
     EXPECT_EQ(trimmedWhitespace("à"), "à");
     EXPECT_EQ(trimmedWhitespace("\u2010x\u2010"), "\u2010x\u2010");
     EXPECT_EQ(trimmedWhitespace("\u200Bx"), "\u200Bx");  // a zero-width space is no white space
+}
+
+TEST(Lowercased, ChangesOnlyASCIILetters) {
+    EXPECT_EQ(lowercased("FCPXMLD Mov"), "fcpxmld mov");
+    EXPECT_EQ(lowercased("ÄÖÜ-İ"), "ÄÖÜ-İ");
 }
 
 }  // namespace

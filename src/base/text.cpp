@@ -1,5 +1,6 @@
-#include "description/text_trimming.h"
+#include "base/text.h"
 
+#include <algorithm>
 #include <array>
 
 namespace tidyreel {
@@ -61,6 +62,12 @@ std::string trimmedWhitespace(std::string_view text) {
         text.remove_suffix(length);
     }
     return std::string(text);
+}
+
+std::string lowercased(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    return text;
 }
 
 }  // namespace tidyreel

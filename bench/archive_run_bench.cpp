@@ -106,9 +106,11 @@ void archiveRun(benchmark::State& state) {
 void toolProcess(benchmark::State& state) {
     const fs::path file = workFolder() / "one-file";
     std::ofstream(file) << "rushes";
+    tidyreel::ProcessRequest copy;
+    copy.executable = "/bin/cp";
+    copy.arguments = {file.string(), (workFolder() / "copy").string()};
     for (auto _ : state) {
-        tidyreel::runProcess(
-            {"/bin/cp", {file.string(), (workFolder() / "copy").string()}, std::nullopt, false, {}, {}});
+        tidyreel::runProcess(copy);
     }
 }
 

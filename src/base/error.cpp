@@ -1,5 +1,7 @@
 #include "base/error.h"
 
+#include "base/language.h"
+
 namespace tidyreel {
 
 Error::Error(std::string domain, int code, const std::string& description,
@@ -8,6 +10,9 @@ Error::Error(std::string domain, int code, const std::string& description,
       domain_(std::move(domain)),
       code_(code),
       userInfo_(std::move(userInfo)) {}
+
+RunCancelled::RunCancelled()
+    : Error(ProcessingError::domain, ProcessingError::cancelled, localized("Abgebrochen", "Cancelled")) {}
 
 Error asError(const std::exception& failure) {
     if (const auto* error = dynamic_cast<const Error*>(&failure)) {

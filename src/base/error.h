@@ -29,6 +29,14 @@ private:
     std::map<std::string, std::string> userInfo_;
 };
 
+/// The run was stopped on request (Ctrl-C, SIGTERM, the window's Cancel button, quitting): no step may
+/// take it for an ordinary failure and go on.
+class RunCancelled : public Error {
+public:
+    /// Domain "Processing", code `ProcessingError::cancelled`, "Abgebrochen" / "Cancelled".
+    RunCancelled();
+};
+
 /// Runs `body`, turning the standard exceptions that time arithmetic throws (overflow, division by
 /// zero, invalid arguments) into an `Error` of the "Time" domain, so that callers above the time
 /// values see one kind of failure.

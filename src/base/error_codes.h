@@ -11,6 +11,8 @@ inline constexpr int noOutputFolder = 1;      ///< a run was started without an 
 inline constexpr int unexpectedFailure = 2;   ///< a failure of no domain of ours (e.g. out of memory)
 inline constexpr int incompleteArchive = 3;   ///< an archive run could not put every source into the bundle
 inline constexpr int archiveCheckFailed = 4;  ///< the written archive bundle failed its own check
+inline constexpr int outputInsideSource = 5;  ///< the output folder lies inside the source bundle
+inline constexpr int cancelled = 6;           ///< the run was stopped on request
 }  // namespace ProcessingError
 
 /// "XMLParser": reading an FCPXML document.
@@ -92,10 +94,24 @@ inline constexpr const char* domain = "ffmpeg";
 inline constexpr int notFound = -1;  ///< no ffmpeg executable was found
 }  // namespace FfmpegError
 
-/// "cp": copying media whole; the code is cp's exit status.
+/// "Trim": checking a cut before it takes its final name.
+namespace TrimError {
+inline constexpr const char* domain = "Trim";
+inline constexpr int emptyFile = 1;  ///< the cut holds no bytes
+inline constexpr int tooShort = 2;   ///< the cut is shorter than planned (a stopped encode)
+}  // namespace TrimError
+
+/// "cp": copying media whole; other codes are cp's exit status.
 namespace CopyError {
 inline constexpr const char* domain = "cp";
+inline constexpr int incomplete = 1;  ///< the copy holds fewer bytes than its source
 }  // namespace CopyError
+
+/// "Source": a source media file the run reads.
+namespace SourceError {
+inline constexpr const char* domain = "Source";
+inline constexpr int notRegularFile = 1;  ///< a folder, device or pipe in place of a media file
+}  // namespace SourceError
 
 /// "FallbackValidation": checking a whole-file copy made after a failed cut.
 namespace FallbackValidationError {

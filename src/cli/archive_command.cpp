@@ -9,6 +9,8 @@
 
 #include <fmt/format.h>
 
+#include <charconv>
+#include <cmath>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -49,7 +51,11 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
         controller.setIncludedRoles(splitRoles(options.roles));
     }
     if (!options.encoder.empty()) {
-        SettingsStore::setString("encoder", options.encoder);
+        try {
+            SettingsStore::setString("encoder", options.encoder);
+        } catch (const std::exception& error) {
+            controller.addLog(LogEntryType::error, error.what());
+        }
     }
 }
 
@@ -67,6 +73,33 @@ int dryRun(ContentViewModel& controller) {
     return exitSuccess;
 }
 
+// "nan" and "inf" pass CLI11's own positive-number check; a trim handle must be a real length.
+CLI::Validator finitePositiveNumber() {
+    return CLI::Validator(
+        [](std::string& text) -> std::string {
+            double value = 0;
+            const char* end = text.data() + text.size();
+            const auto parsed = std::from_chars(text.data(), end, value);
+            if (parsed.ec != std::errc{} || parsed.ptr != end || !std::isfinite(value) || value <= 0) {
+                return "Value " + text + " is not a positive number of seconds";
+            }
+            return {};
+        },
+        "POSITIVE");
+}
+
+// Only the encoders this platform has: a profile that fails every cut must not be chosen, let alone
+// remembered.
+std::vector<std::string> availableEncoderNames() {
+    std::vector<std::string> names;
+    for (const EncoderProfile profile : {EncoderProfile::libx265, EncoderProfile::hevcVideoToolbox}) {
+        if (isEncoderProfileAvailable(profile)) {
+            names.emplace_back(encoderProfileName(profile));
+        }
+    }
+    return names;
+}
+
 }  // namespace
 
 void registerArchiveCommand(CLI::App& app, int& exitStatus) {
@@ -76,15 +109,14 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
     addWorkflowOptions(*command, options->workflow);
     command->add_option("--roles", options->roles, "Included video roles, comma-separated (default: all)");
     command->add_option("--buffer", options->buffer, "Trim handle in seconds (remembered)")
-        ->check(CLI::PositiveNumber);
+        ->check(finitePositiveNumber());
     command->add_option("--min-segment", options->minSegment, "Minimum media length in seconds (remembered)")
-        ->check(CLI::PositiveNumber);
+        ->check(finitePositiveNumber());
     command
         ->add_option("--encoder", options->encoder,
                      fmt::format("Encoder profile (remembered; default: {})",
                                  encoderProfileName(defaultEncoderProfile())))
-        ->check(CLI::IsMember({std::string(encoderProfileName(EncoderProfile::libx265)),
-                               std::string(encoderProfileName(EncoderProfile::hevcVideoToolbox))}));
+        ->check(CLI::IsMember(availableEncoderNames()));
     command->add_flag("--dry-run", options->dryRun, "Analyse and plan only; create and write nothing");
     command->add_flag("--allow-offline", options->allowOffline,
                       "Archive without missing sources (each is named in a warning) instead of failing");

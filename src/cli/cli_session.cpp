@@ -1,6 +1,7 @@
 #include "cli/cli_session.h"
 
 #include "base/language.h"
+#include "cli/stop_signals.h"
 #include "platform/system_paths.h"
 
 #include <fmt/format.h>
@@ -29,9 +30,22 @@ CliSession::CliSession(const CommonOptions& options)
     observer.progressChanged = [this](const ProcessingProgress& progress) { printProgress(progress); };
     controller_.setObserver(std::move(observer));
     controller_.setDebugMode(options.verbose);
+    StopSignals::setStopHandler([this] { return controller_.cancelRun(); });
+}
+
+CliSession::~CliSession() {
+    StopSignals::setStopHandler({});
 }
 
 bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
+    if (const std::optional<std::filesystem::path>& source = controller_.selectedFileURL()) {
+        try {
+            refuseOutputInsideSourceBundle(*source, std::filesystem::absolute(folder));
+        } catch (const std::exception& error) {
+            std::cerr << error.what() << '\n';
+            return false;
+        }
+    }
     std::error_code status;
     std::filesystem::create_directories(folder, status);
     if (status || !std::filesystem::is_directory(folder)) {
@@ -44,6 +58,10 @@ bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
 }
 
 int CliSession::exitStatusOf(const ActionStatus& status) {
+    // A run stopped by a signal ends the way the shell expects of a program the signal ended.
+    if (const int signal = StopSignals::received(); signal != 0) {
+        return 128 + signal;
+    }
     const bool succeeded = std::holds_alternative<ActionStatus::Success>(status.value) ||
                            std::holds_alternative<ActionStatus::SuccessWithNote>(status.value);
     return succeeded ? exitSuccess : exitWorkflowFailed;

@@ -23,6 +23,9 @@ struct CommonOptions {
 class CliSession {
 public:
     explicit CliSession(const CommonOptions& options);
+    ~CliSession();
+    CliSession(const CliSession&) = delete;
+    CliSession& operator=(const CliSession&) = delete;
 
     /// The controller the command drives.
     ContentViewModel& controller() { return controller_; }
@@ -31,7 +34,7 @@ public:
     bool chooseOutputFolder(const std::filesystem::path& folder);
     /// Applies the `-o` option: chooses `folder` when one is given; false when it cannot be made.
     bool applyOutputOption(const std::string& folder) { return folder.empty() || chooseOutputFolder(folder); }
-    /// 0 when the status is a success, 1 when the workflow failed.
+    /// 0 when the status is a success, 1 when the workflow failed, 128 + the signal when one stopped it.
     static int exitStatusOf(const ActionStatus& status);
 
 private:

@@ -1,8 +1,10 @@
 #include "cli/cli_session.h"
+#include "cli/stop_signals.h"
 
 #include <QCoreApplication>
 
 int main(int argc, char** argv) {
+    tidyreel::cli::StopSignals::install();
     QCoreApplication::setOrganizationName("Tidyreel");
     QCoreApplication::setApplicationName("Tidyreel");
     QCoreApplication application(argc, argv);

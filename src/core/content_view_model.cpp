@@ -5,9 +5,11 @@
 #include "base/language.h"
 #include "core/write_permission.h"
 #include "description/template_installer.h"
+#include "fcpxml/project_document.h"
 #include "grading/default_effect_installer.h"
 #include "grading/effect_preset_parser.h"
 #include "grading/role_effect_mapping.h"
+#include "platform/file_write.h"
 #include "platform/folder_bookmark.h"
 #include "platform/notification_manager.h"
 #include "platform/settings_store.h"
@@ -87,6 +89,8 @@ ContentViewModel::ContentViewModel(RunMode runMode) : runMode_(runMode) {
 }
 
 ContentViewModel::~ContentViewModel() {
+    // Quitting during a run stops its tool instead of waiting for a long encode to end.
+    cancelRun();
     if (worker_.joinable()) {
         worker_.join();
     }
@@ -145,7 +149,7 @@ void ContentViewModel::restoreBookmark() {
 
 void ContentViewModel::saveBookmark() {
     if (!outputDirectory_) {
-        SettingsStore::remove("outputDirectoryBookmark");
+        remember([&] { SettingsStore::remove("outputDirectoryBookmark"); });
         outputDirectoryBookmark_.reset();
         return;
     }
@@ -175,7 +179,14 @@ void ContentViewModel::loadFile(const std::filesystem::path& chosen) {
 
 void ContentViewModel::discoverRoles(const std::filesystem::path& url) {
     try {
-        std::shared_ptr<XmlDocument> document = XmlDocument::load(url);
+        // A pipe or FIFO can be read only once: its bytes are kept for the runs.
+        std::error_code status;
+        streamedProject_.reset();
+        if (!std::filesystem::is_regular_file(url, status)) {
+            streamedProject_ = readFileBytes(url);
+        }
+        std::shared_ptr<XmlDocument> document =
+            streamedProject_ ? parseProjectDocument(*streamedProject_) : loadProjectDocument(url);
         videoRoles_ = discoverVideoRoles(*document);
         addLog(LogEntryType::info, fmt::format("Gefunden: {} Video-Rollen", videoRoles_.size()));
         for (const VideoRole& role : videoRoles_) {
@@ -202,11 +213,27 @@ void ContentViewModel::discoverRoles(const std::filesystem::path& url) {
 }
 
 void ContentViewModel::loadPersistentMappings() {
+    persistentEffectMappings_.clear();
+    const std::filesystem::path file = RoleEffectMapping::fileURL();
+    if (!pathExists(file)) {
+        return;
+    }
     try {
         persistentEffectMappings_ = RoleEffectMapping::load();
-    } catch (const std::exception&) {
-        // A first launch has no file, and a damaged one must not stop the start: nothing is remembered.
-        persistentEffectMappings_.clear();
+    } catch (const Error& error) {
+        // A damaged file must not stop the start, nor be overwritten by the next save: it is kept aside.
+        if (error.domain() != "RoleEffectMapping") {
+            addLog(LogEntryType::warning, std::string("⚠️ ") + error.what());
+            return;
+        }
+        const std::filesystem::path aside = unusedPath(std::filesystem::path(file) += ".damaged");
+        std::error_code status;
+        std::filesystem::rename(file, aside, status);
+        addLog(LogEntryType::warning,
+               fmt::format("⚠️ {} {} ({})",
+                           localized("Gespeicherte Effektzuordnungen beschädigt, beiseitegelegt als",
+                                     "Remembered effect assignments damaged, kept aside as"),
+                           status ? file.string() : aside.string(), error.what()));
     }
 }
 
@@ -305,7 +332,23 @@ void ContentViewModel::start(ExportActionType actionType) {
         addLog(LogEntryType::info, "Eingeschlossene Rollen: " + joinedRoles(includedRoles_));
     }
     notifyChanged();
-    launch(makeRequest(actionType));
+    PipelineRequest request = makeRequest(actionType);
+    {
+        const std::lock_guard guard(stopLock_);
+        stopSource_ = std::stop_source();
+        runActive_ = true;
+        request.stopToken = stopSource_.get_token();
+    }
+    launch(std::move(request));
+}
+
+bool ContentViewModel::cancelRun() {
+    const std::lock_guard guard(stopLock_);
+    if (!runActive_) {
+        return false;
+    }
+    stopSource_.request_stop();
+    return true;
 }
 
 RunSettings ContentViewModel::runSettings() const {
@@ -328,7 +371,13 @@ RunSettings ContentViewModel::runSettings() const {
 }
 
 PipelineRequest ContentViewModel::makeRequest(ExportActionType actionType) const {
-    return PipelineRequest{actionType, *selectedFileURL_, originalFileName_, runSettings()};
+    PipelineRequest request;
+    request.actionType = actionType;
+    request.sourceURL = *selectedFileURL_;
+    request.originalFileName = originalFileName_;
+    request.settings = runSettings();
+    request.sourceBytes = streamedProject_;
+    return request;
 }
 
 std::optional<ArchivePlanning> ContentViewModel::planArchiving() {
@@ -404,6 +453,10 @@ void ContentViewModel::launch(PipelineRequest request) {
 }
 
 void ContentViewModel::finishRun(ExportActionType actionType, const RunOutcome& outcome) {
+    {
+        const std::lock_guard guard(stopLock_);
+        runActive_ = false;
+    }
     const WorkflowTexts texts = textsOf(actionType);
     lastRunError_ = outcome.failure;
     isProcessing_ = false;
@@ -468,32 +521,34 @@ bool ContentViewModel::quilltTemplatesInstalled() const {
 }
 
 void ContentViewModel::saveVideoDescriptions() {
-    SettingsStore::setString("youtubeDescription1", youtubeDescription1_);
-    SettingsStore::setString("youtubeDescription2", youtubeDescription2_);
-    addLog(LogEntryType::success, "YouTube-Beschreibungen gespeichert");
+    remember([&] {
+        SettingsStore::setString("youtubeDescription1", youtubeDescription1_);
+        SettingsStore::setString("youtubeDescription2", youtubeDescription2_);
+        addLog(LogEntryType::success, "YouTube-Beschreibungen gespeichert");
+    });
 }
 
 void ContentViewModel::setBuffer(double seconds) {
     buffer_ = seconds;
-    SettingsStore::setDouble("buffer", seconds);
+    remember([&] { SettingsStore::setDouble("buffer", seconds); });
     notifyChanged();
 }
 
 void ContentViewModel::setMinSegment(double seconds) {
     minSegment_ = seconds;
-    SettingsStore::setDouble("minSegment", seconds);
+    remember([&] { SettingsStore::setDouble("minSegment", seconds); });
     notifyChanged();
 }
 
 void ContentViewModel::setExportChapterMarkers(bool on) {
     exportChapterMarkers_ = on;
-    SettingsStore::setBool("exportChapterMarkers", on);
+    remember([&] { SettingsStore::setBool("exportChapterMarkers", on); });
     notifyChanged();
 }
 
 void ContentViewModel::setExportVideoDescription(bool on) {
     exportVideoDescription_ = on;
-    SettingsStore::setBool("exportVideoDescription", on);
+    remember([&] { SettingsStore::setBool("exportVideoDescription", on); });
     notifyChanged();
 }
 
@@ -510,6 +565,14 @@ void ContentViewModel::setSelectedWorkflow(WorkflowTab tab) {
 void ContentViewModel::setShowPermissionAlert(bool shown) {
     showPermissionAlert_ = shown;
     notifyChanged();
+}
+
+void ContentViewModel::remember(const std::function<void()>& write) {
+    try {
+        write();
+    } catch (const std::exception& error) {
+        addLog(LogEntryType::error, error.what());
+    }
 }
 
 void ContentViewModel::notifyChanged() const {

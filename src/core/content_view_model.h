@@ -13,8 +13,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -75,6 +77,10 @@ public:
     void startVideoDescription();
     /// Starts the archive workflow after the output folder's write test.
     void startArchiving();
+    /// Asks the running workflow to stop (the window's Cancel button, Ctrl-C, quitting): the running tool
+    /// is stopped, partial outputs are removed and the run ends with a "cancelled" failure line. Safe
+    /// to call from any thread; returns false when no run was busy.
+    bool cancelRun();
     /// Analyses and plans the archive run with the current settings on a fresh copy of the project,
     /// writing nothing; the plan, or none (with the failure line) when there is no file or it fails.
     std::optional<ArchivePlanning> planArchiving();
@@ -161,10 +167,15 @@ private:
     void finishRun(ExportActionType actionType, const RunOutcome& outcome);
     ActionStatus& statusOf(ExportActionType actionType);
     void notifyChanged() const;
+    /// Runs one settings write; a failure (a full disk) becomes an error line instead of ending the program.
+    void remember(const std::function<void()>& write);
 
     RunMode runMode_;
     Observer observer_;
     std::jthread worker_;
+    std::mutex stopLock_;          ///< guards the two fields below, which `cancelRun` reads from any thread
+    std::stop_source stopSource_;  ///< the busy run's stop request
+    bool runActive_ = false;       ///< whether a run is between its start and its end
 
     WorkflowTab selectedWorkflow_ = WorkflowTab::preProduction;
     std::optional<std::filesystem::path> selectedFileURL_;
@@ -197,6 +208,7 @@ private:
     std::string originalFileName_;
     RoleEffectMappings persistentEffectMappings_;
     bool defaultEffectInstalled_ = false;
+    std::optional<std::string> streamedProject_;  ///< the loaded project's bytes when it came from a pipe
 };
 
 }  // namespace tidyreel

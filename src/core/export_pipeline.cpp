@@ -1,19 +1,25 @@
 #include "core/export_pipeline.h"
 
+#include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
 #include "archive/tasks/archive_bundle_write_task.h"
 #include "archive/tasks/archive_verification.h"
 #include "archive/tasks/clip_trimming_export_task.h"
 #include "base/error.h"
 #include "base/error_codes.h"
+#include "base/file_names.h"
 #include "base/language.h"
 #include "description/chapter_marker_export_task.h"
 #include "description/description_title_texts.h"
 #include "description/video_description_export_task.h"
+#include "fcpxml/project_document.h"
 #include "fcpxml/xml.h"
 #include "grading/role_effect_export_task.h"
 #include "pipeline/fcpxml_write_task.h"
+#include "platform/file_write.h"
 #include "platform/folder_bookmark.h"
+
+#include <algorithm>
 
 namespace tidyreel {
 namespace {
@@ -45,6 +51,20 @@ void logAccessDiagnosis(const Logger& logger, const std::filesystem::path& folde
     logger(LogEntryType::info, "└─");
 }
 
+bool isInside(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    std::error_code status;
+    const std::filesystem::path inner = std::filesystem::weakly_canonical(path, status);
+    const std::filesystem::path outer = std::filesystem::weakly_canonical(folder, status);
+    const auto [end, unused] = std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end());
+    return !status && end == outer.end();
+}
+
+// A fresh copy of the run's project: the bytes read from a pipe, else the file.
+std::shared_ptr<XmlDocument> loadSource(const PipelineRequest& request) {
+    return request.sourceBytes ? parseProjectDocument(*request.sourceBytes)
+                               : loadProjectDocument(request.sourceURL);
+}
+
 // The one place where a run's settings reach its context.
 void fillContext(ExportContext& context, const PipelineRequest& request, const Logger& logger,
                  std::shared_ptr<XmlDocument> document) {
@@ -55,6 +75,7 @@ void fillContext(ExportContext& context, const PipelineRequest& request, const L
     context.xmlDocument = std::move(document);
     context.actionType = request.actionType;
     context.logger = logger;
+    context.stopToken = request.stopToken;
 }
 
 template <class Task, class Context>
@@ -63,6 +84,7 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
         if (!task->isEnabled) {
             continue;
         }
+        context.throwIfCancelled();
         if (context.debugMode) {
             context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
         }
@@ -79,7 +101,17 @@ void runArchive(const PipelineRequest& request, const PipelineCallbacks& callbac
     context.projectName = project ? project.attribute("name").value_or("Untitled") : "Untitled";
     context.exportTimestamp = formatLocalTime(Clock::now(), "%Y%m%d_%H%M");
     context.bundledAssets = std::make_shared<BundledAssetRegistry>();
-    runTasks(makeArchiveTaskList(), context);
+    context.bundleURL = chooseArchiveBundle(context);
+    const bool newBundle = !pathExists(context.bundleURL);
+    try {
+        runTasks(makeArchiveTaskList(), context);
+    } catch (...) {
+        if (newBundle) {
+            std::error_code ignored;
+            std::filesystem::remove_all(context.bundleURL, ignored);
+        }
+        throw;
+    }
     if (callbacks.archiveCompletion) {
         callbacks.archiveCompletion(context);
     }
@@ -132,12 +164,24 @@ std::vector<std::unique_ptr<ArchiveExportTask>> makeArchiveTaskList() {
     return tasks;
 }
 
+void refuseOutputInsideSourceBundle(const std::filesystem::path& sourceURL,
+                                    const std::filesystem::path& outputDirectory) {
+    const std::filesystem::path folder = sourceURL.parent_path();
+    if (lowercasedExtension(folder) == ".fcpxmld" && isInside(outputDirectory, folder)) {
+        throw Error(ProcessingError::domain, ProcessingError::outputInsideSource,
+                    localized("Der Zielordner liegt im Bundle des Projekts: ",
+                              "The output folder is inside the project's bundle: ") +
+                        outputDirectory.string());
+    }
+}
+
 std::optional<std::string> runExportPipeline(const PipelineRequest& request,
                                              const PipelineCallbacks& callbacks) {
     const std::filesystem::path& outputDirectory = request.settings.outputDirectory;
     if (outputDirectory.empty()) {
         throw Error(ProcessingError::domain, ProcessingError::noOutputFolder, "Kein Zielordner ausgewählt");
     }
+    refuseOutputInsideSourceBundle(request.sourceURL, outputDirectory);
     const FolderAccessScope access(outputDirectory);
     // Only a granted security scope (macOS) has anything to report; without one the block would
     // describe a mechanism this system does not have.
@@ -145,7 +189,7 @@ std::optional<std::string> runExportPipeline(const PipelineRequest& request,
         logAccessDiagnosis(callbacks.logger, outputDirectory);
     }
     callbacks.logger(LogEntryType::info, localized("Lese FCPXML...", "Parsing FCPXML..."));
-    std::shared_ptr<XmlDocument> document = XmlDocument::load(request.sourceURL);
+    std::shared_ptr<XmlDocument> document = loadSource(request);
     // Every run reads the title texts, so the log shows them whichever workflow runs.
     const DescriptionTitleTexts titleTexts = readDescriptionTitleTexts(*document);
     if (request.settings.debugMode) {
@@ -164,7 +208,7 @@ ArchivePlanning planArchiveRun(const PipelineRequest& request, const Logger& log
     ExportContext context;
     fillContext(context, request, logger, nullptr);
     return withTimeErrors([&] {
-        context.xmlDocument = XmlDocument::load(context.sourceURL);
+        context.xmlDocument = loadSource(request);
         return planArchive(context);
     });
 }

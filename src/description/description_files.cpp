@@ -29,10 +29,23 @@ void appendBlock(std::string& content, const std::string& block) {
     content += block;
 }
 
+bool isTaken(const std::filesystem::path& file) {
+    std::error_code status;
+    return std::filesystem::exists(std::filesystem::symlink_status(file, status));
+}
+
 }  // namespace
 
 std::filesystem::path descriptionBaseURL(const ExportContext& context) {
-    return context.outputDirectory / fileNameBase(context.outputFileName());
+    // Both files of one run share a counter: "youtube_X 2.YT1.txt" goes with "youtube_X 2.YT2.txt".
+    const std::filesystem::path wanted = context.outputDirectory / fileNameBase(context.outputFileName());
+    std::filesystem::path base = wanted;
+    for (int number = 2; isTaken(descriptionFileURL(base, "YT1")) || isTaken(descriptionFileURL(base, "YT2"));
+         ++number) {
+        base = wanted;
+        base += " " + std::to_string(number);
+    }
+    return base;
 }
 
 std::filesystem::path descriptionFileURL(const std::filesystem::path& base, std::string_view languageTag) {

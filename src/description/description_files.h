@@ -11,7 +11,8 @@ namespace tidyreel {
 
 struct ExportContext;
 
-/// The output folder plus the run's output name without its extension ("…/youtube_Bergtour im Her").
+/// The output folder plus the run's output name without its extension ("…/youtube_Bergtour im Her"),
+/// with " 2", " 3", … added when a file of that name is already there.
 std::filesystem::path descriptionBaseURL(const ExportContext& context);
 
 /// The file of one language: the base's extension replaced by `languageTag` ("YT1", "YT2"), then

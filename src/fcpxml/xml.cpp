@@ -225,6 +225,9 @@ std::shared_ptr<XmlDocument> XmlDocument::parse(std::string_view bytes) {
     // No entity substitution, no DTD loading and no network: a hostile file can neither read
     // local files through external entities nor switch off the parser's expansion limits.
     const int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+    if (bytes.size() > kMaxDocumentBytes) {
+        throw Error("XMLParser", 2, localized("Dokument größer als 2 GiB", "Document larger than 2 GiB"));
+    }
     xmlDocPtr doc = xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                       nullptr, options);
     if (!doc || !context->wellFormed) {
@@ -309,16 +312,27 @@ void forEachElement(XmlElement root, const std::function<void(XmlElement)>& visi
     }
 }
 
-std::string readFileBytes(const std::filesystem::path& file) {
+std::string readFileBytes(const std::filesystem::path& file, std::uintmax_t limit) {
     const auto fail = [&](int code, const std::string& reason) {
         return Error(
             FileSystemError::domain, code,
             fmt::format("{}: {} ({})", localized("Datei konnte nicht gelesen werden", "Could not read file"),
                         file.string(), reason));
     };
+    const auto tooLarge = [&] {
+        return fail(EFBIG, fmt::format("{} {} MiB", localized("größer als", "larger than"), limit >> 20));
+    };
     std::error_code status;
-    if (std::filesystem::is_directory(file, status)) {
+    const std::filesystem::file_status type = std::filesystem::status(file, status);
+    if (std::filesystem::is_directory(type)) {
         throw fail(EISDIR, std::strerror(EISDIR));
+    }
+    // A pipe or FIFO ("<(cat x)", /dev/stdin) is read as a stream; a device such as /dev/zero never ends.
+    if (std::filesystem::is_character_file(type) || std::filesystem::is_block_file(type)) {
+        throw fail(ENODEV, localized("keine Datei, sondern ein Gerät", "a device, not a file"));
+    }
+    if (std::filesystem::is_regular_file(type) && std::filesystem::file_size(file, status) > limit) {
+        throw tooLarge();
     }
     std::ifstream stream(file, std::ios::binary);
     if (!stream) {
@@ -326,11 +340,12 @@ std::string readFileBytes(const std::filesystem::path& file) {
         throw fail(code, std::strerror(code));
     }
     std::string bytes;
-    const std::uintmax_t size = std::filesystem::file_size(file, status);
-    if (!status) {
-        bytes.resize(size);
-        stream.read(bytes.data(), static_cast<std::streamsize>(size));
-        bytes.resize(static_cast<std::size_t>(stream.gcount()));
+    std::vector<char> chunk(1 << 20);
+    while (stream.read(chunk.data(), static_cast<std::streamsize>(chunk.size())) || stream.gcount() > 0) {
+        if (bytes.size() + static_cast<std::size_t>(stream.gcount()) > limit) {
+            throw tooLarge();
+        }
+        bytes.append(chunk.data(), static_cast<std::size_t>(stream.gcount()));
     }
     if (stream.bad()) {
         throw fail(EIO, std::strerror(EIO));

@@ -128,7 +128,11 @@ private:
 /// its children, since the next element is looked up only after the visit.
 void forEachElement(XmlElement root, const std::function<void(XmlElement)>& visit);
 
-/// The whole content of a file as bytes; throws `Error` naming the file and the system's reason.
-std::string readFileBytes(const std::filesystem::path& file);
+/// The most bytes one document may have: libxml2 takes a document's length as an `int`.
+inline constexpr std::uintmax_t kMaxDocumentBytes = 0x7FFFFFFF;
+
+/// The whole content of a file as bytes, also from a pipe or FIFO; throws `Error` naming the file and
+/// the system's reason, also for a device or more than `limit` bytes.
+std::string readFileBytes(const std::filesystem::path& file, std::uintmax_t limit = kMaxDocumentBytes);
 
 }  // namespace tidyreel

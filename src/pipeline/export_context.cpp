@@ -1,5 +1,6 @@
 #include "pipeline/export_context.h"
 
+#include "base/error.h"
 #include "base/file_names.h"
 #include "base/raw_value_table.h"
 #include "base/text.h"
@@ -34,6 +35,12 @@ void ExportContext::log(LogEntryType type, const std::string& message) const {
 void ExportContext::reportProgress(int current, int total, const std::string& taskName) const {
     if (progressUpdater) {
         progressUpdater(current, total, taskName);
+    }
+}
+
+void ExportContext::throwIfCancelled() const {
+    if (stopToken.stop_requested()) {
+        throw RunCancelled();
     }
 }
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,7 @@ struct ExportContext : RunSettings {
     std::string quillt2Text;          ///< text of the second description title clip
     Logger logger;                    ///< appends a line to the processing log
     ProgressUpdater progressUpdater;  ///< reports step progress; may be empty
+    std::stop_token stopToken;        ///< set when the run is to stop (Ctrl-C, Cancel, quitting)
     /// Set by a task that did less than was asked; the run then closes with this warning.
     std::optional<std::string> closingWarning;
 
@@ -42,6 +44,9 @@ struct ExportContext : RunSettings {
     void log(LogEntryType type, const std::string& message) const;
     /// Reports progress through `progressUpdater` when there is one.
     void reportProgress(int current, int total, const std::string& taskName) const;
+
+    /// Throws `RunCancelled` when a stop was requested; called between steps that take a while.
+    void throwIfCancelled() const;
 
     /// The dated output name of this workflow at `now` (see `outputFileName` below).
     std::string outputFileName(TimePoint now = Clock::now()) const;
@@ -54,6 +59,7 @@ struct ArchiveExportContext : ExportContext {
     std::string exportTimestamp;                          ///< local time of the run's start, "yyyyMMdd_HHmm"
     std::string projectName;                              ///< name of the first project, or "Untitled"
     std::shared_ptr<BundledAssetRegistry> bundledAssets;  ///< what has been placed in the bundle
+    std::filesystem::path bundleURL;  ///< the bundle this run writes; empty: the default name (tests)
 };
 
 }  // namespace tidyreel

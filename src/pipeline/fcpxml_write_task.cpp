@@ -15,8 +15,11 @@ void FCPXMLWriteTask::execute(ExportContext& context) const {
         formatLocalTime(now, "%Y-%m-%d_%H-%M") + "_" + std::string(rawValue(context.actionType));
     renameFirstProject(*context.xmlDocument, projectSuffix);
 
-    const std::string outputFileName = context.outputFileName(now);
-    const std::filesystem::path outputURL = context.fcpxmlOutputURL(now);
+    // Two runs in the same minute, or a source of that name, get a numbered name instead of being replaced.
+    const std::filesystem::path written = unusedPath(context.outputDirectory / context.outputFileName(now));
+    const std::string outputFileName = written.filename().string();
+    const bool isBundle = context.fcpxmlOutputURL(now).filename() == "Info.fcpxml";
+    const std::filesystem::path outputURL = isBundle ? written / "Info.fcpxml" : written;
     const std::filesystem::path folder = outputURL.parent_path();
     if (context.debugMode) {
         context.log(LogEntryType::info, "DEBUG: outputDir = " + folder.string());

@@ -1,5 +1,8 @@
 #include "platform/settings_store.h"
 
+#include "base/error.h"
+#include "base/language.h"
+
 #include <QByteArray>
 #include <QSettings>
 
@@ -16,6 +19,24 @@ std::optional<QVariant> stored(const std::string& key) {
         return std::nullopt;
     }
     return value;
+}
+
+// QSettings writes its file through a temporary file renamed into place; `sync` reports whether that
+// worked, so a full disk never goes unnoticed.
+void store(const std::string& key, const QVariant& value) {
+    QSettings stored = settings();
+    if (value.isValid()) {
+        stored.setValue(QString::fromStdString(key), value);
+    } else {
+        stored.remove(QString::fromStdString(key));
+    }
+    stored.sync();
+    if (stored.status() != QSettings::NoError) {
+        throw Error(
+            "Settings", static_cast<int>(stored.status()),
+            localized("Einstellungen konnten nicht gespeichert werden: ", "Could not save the settings: ") +
+                stored.fileName().toStdString());
+    }
 }
 
 }  // namespace
@@ -46,23 +67,23 @@ std::optional<std::string> bytesValue(const std::string& key) {
 }
 
 void setDouble(const std::string& key, double value) {
-    settings().setValue(QString::fromStdString(key), value);
+    store(key, value);
 }
 
 void setBool(const std::string& key, bool value) {
-    settings().setValue(QString::fromStdString(key), value);
+    store(key, value);
 }
 
 void setString(const std::string& key, const std::string& value) {
-    settings().setValue(QString::fromStdString(key), QString::fromStdString(value));
+    store(key, QString::fromStdString(value));
 }
 
 void setBytes(const std::string& key, const std::string& value) {
-    settings().setValue(QString::fromStdString(key), QByteArray::fromStdString(value));
+    store(key, QByteArray::fromStdString(value));
 }
 
 void remove(const std::string& key) {
-    settings().remove(QString::fromStdString(key));
+    store(key, QVariant());
 }
 
 }  // namespace tidyreel::SettingsStore

@@ -17,6 +17,7 @@ std::optional<std::string> stringValue(const std::string& key);
 /// The stored bytes under `key`, if any are stored.
 std::optional<std::string> bytesValue(const std::string& key);
 
+/// Each setter writes the settings file at once; throws `Error` ("Settings") when it cannot be written.
 /// Stores a number.
 void setDouble(const std::string& key, double value);
 /// Stores a flag.

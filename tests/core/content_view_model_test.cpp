@@ -8,7 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace tidyreel {
 namespace {
@@ -372,6 +376,43 @@ TEST_F(CoreTest, BackgroundRunsReportInOrderThroughTheEventLoop) {
         Lines(lines.end() - 3, lines.end()),
         (Lines{"  ✓ Archiv geprüft: alle Medien im Bundle, vollständig lesbar, jeder Clip in seinem Medium",
                "Report: Original 0,6 MB → Archiv 0,6 MB (\u22120.0%)", "Pipeline abgeschlossen"}));
+}
+
+// The window's Cancel button: the running ffmpeg is stopped, the half-made bundle removed, and the run
+// ends as cancelled.
+TEST_F(CoreTest, CancelStopsTheRunningToolAndRemovesTheNewBundle) {
+    const auto application = test::makeApplication();
+    test::TempFolder folder;
+    test::writeTextFile(folder / "Karte" / "A.mov", "stands in for a video");
+    std::string project = test::readTextFile(test::fixture("archive/failing_cut.fcpxml"));
+    project.replace(project.find("file://MEDIA"), 12, MediaPath::url(folder.path().string()));
+    test::writeTextFile(folder / "p.fcpxml", project);
+    const test::ScopedEnvironment ffprobe(
+        "TIDYREEL_FFPROBE",
+        test::writeScript(folder / "bin" / "ffprobe", "echo '{\"streams\":[{\"codec_name\":\"h264\"}]}'")
+            .string());
+    const test::ScopedEnvironment ffmpeg(
+        "TIDYREEL_FFMPEG",
+        test::writeScript(folder / "bin" / "ffmpeg",
+                          "echo $$ > '" + (folder / "ffmpeg.pid").string() + "'\nexec sleep 60")
+            .string());
+    SettingsStore::setString("encoder", "libx265");
+    ContentViewModel controller(RunMode::background);
+    EXPECT_FALSE(controller.cancelRun()) << "nothing to cancel yet";
+    controller.loadFile(folder / "p.fcpxml");
+    std::filesystem::create_directories(folder / "out");
+    controller.chooseOutputFolder(folder / "out");
+    controller.startArchiving();
+    for (int attempt = 0; attempt < 3000 && test::readTextFile(folder / "ffmpeg.pid").empty(); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_TRUE(controller.cancelRun());
+    test::waitWhileProcessing(controller);
+    EXPECT_EQ(messagesOf(controller.logEntries()).back(), "Trim & Archivierung fehlgeschlagen: Abgebrochen");
+    EXPECT_EQ(controller.archivingStatus(), ActionStatus::error("Fehler aufgetreten"));
+    EXPECT_NE(kill(std::stoi(test::readTextFile(folder / "ffmpeg.pid")), 0), 0) << "ffmpeg is gone";
+    EXPECT_TRUE(test::filesIn(folder / "out").empty());
+    EXPECT_EQ(test::readTextFile(folder / "Karte" / "A.mov"), "stands in for a video");
 }
 
 }  // namespace

@@ -58,11 +58,23 @@ TEST_F(EffectAssignmentTest, StartsWithNothingRememberedWithoutAFileOrFromADamag
         EXPECT_EQ(lastMessage(controller), "Tidyreel started");
         EXPECT_FALSE(std::filesystem::exists(mappingsFile()));
     }
-    test::writeTextFile(mappingsFile(),
-                        R"({"mappings":{"GoPro":{"name":1,"uid":"u","sourceType":"fxPlug"}}})");
-    ContentViewModel controller(RunMode::blocking);
-    EXPECT_TRUE(controller.persistentEffectMappings().empty());
-    EXPECT_EQ(controller.logEntries().size(), 1u);
+    // A damaged file is kept aside, not overwritten by the next save, and reported once.
+    const std::string damaged = R"({"mappings":{"GoPro":{"name":1,"uid":"u","sourceType":"fxPlug"}}})";
+    test::writeTextFile(mappingsFile(), damaged);
+    {
+        ContentViewModel controller(RunMode::blocking);
+        EXPECT_TRUE(controller.persistentEffectMappings().empty());
+        EXPECT_EQ(controller.logEntries().size(), 2u);
+        const LogEntry& warning = controller.logEntries().front();
+        EXPECT_EQ(warning.type, LogEntryType::warning);
+        EXPECT_TRUE(
+            warning.message.starts_with("⚠️ Remembered effect assignments damaged, kept aside as " +
+                                        mappingsFile().string() + ".damaged"))
+            << warning.message;
+    }
+    EXPECT_EQ(test::readTextFile(mappingsFile().string() + ".damaged"), damaged);
+    EXPECT_FALSE(std::filesystem::exists(mappingsFile()));
+    EXPECT_EQ(ContentViewModel(RunMode::blocking).logEntries().size(), 1u);
 }
 
 TEST_F(EffectAssignmentTest, AssignsRemembersAndReplacesAnEffect) {

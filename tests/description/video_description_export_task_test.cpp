@@ -34,13 +34,17 @@ TEST(VideoDescriptionExportTask, WritesTitlesAndDescriptionsWithoutChapters) {
                   "ℹ️   → " + second.string(),
               }));
 
+    // A second run replaces nothing: its files take the next counter. Outside debug mode only the line
+    // of the written files.
     run.context.debugMode = false;
     run.context.quillt2Text = "Mountain tour";
     VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context);
-    EXPECT_EQ(test::readTextFile(second), "Mountain tour");
-    // Outside debug mode only the line of the written files.
+    EXPECT_EQ(std::filesystem::file_size(second), 0u);
+    EXPECT_EQ(test::readTextFile(folder / "youtube_Bergtour im Her 2.YT2.txt"), "Mountain tour");
     EXPECT_EQ(run.log.lines().size(), 7u);
-    EXPECT_EQ(run.log.lines().back(), run.log.lines()[3]);
+    EXPECT_EQ(run.log.lines().back(),
+              "✅ ✓ Videobeschreibungen exportiert: youtube_Bergtour im Her 2.YT1.txt & "
+              "youtube_Bergtour im Her 2.YT2.txt");
 }
 
 }  // namespace

@@ -5,7 +5,32 @@
 #include "base/utf8.h"
 #include "platform/file_write.h"
 
+#include <fmt/format.h>
+
+#include <fstream>
+#include <iterator>
+
 namespace tidyreel {
+namespace {
+
+// Which project a bundle archives, so that a second project of the same name never writes into it.
+constexpr const char* kSourceRecordName = ".tidyreel-source";
+
+std::optional<std::string> recordedSource(const std::filesystem::path& bundle) {
+    std::ifstream stream(bundle / kSourceRecordName, std::ios::binary);
+    if (!stream) {
+        return std::nullopt;
+    }
+    return std::string(std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>());
+}
+
+// The project's absolute path: what tells two projects of the same name apart.
+std::string projectIdentity(const std::filesystem::path& sourceURL) {
+    std::error_code status;
+    return std::filesystem::absolute(sourceURL, status).lexically_normal().string();
+}
+
+}  // namespace
 
 std::string sanitisedProjectName(const std::string& projectName) {
     std::string name;
@@ -27,7 +52,27 @@ std::string sanitisedProjectName(const std::string& projectName) {
 }
 
 std::filesystem::path archiveBundleURL(const ArchiveExportContext& context) {
+    if (!context.bundleURL.empty()) {
+        return context.bundleURL;
+    }
     return context.outputDirectory / ("archiv_" + sanitisedProjectName(context.projectName) + ".fcpxmld");
+}
+
+std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
+    const std::string name = "archiv_" + sanitisedProjectName(context.projectName);
+    const std::string source = projectIdentity(context.sourceURL);
+    std::error_code status;
+    for (int number = 1;; ++number) {
+        const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
+        const std::filesystem::path bundle = context.outputDirectory / (numbered + ".fcpxmld");
+        const bool holdsSource = std::filesystem::equivalent(bundle, context.sourceURL.parent_path(), status);
+        if (!std::filesystem::exists(std::filesystem::symlink_status(bundle, status))) {
+            return bundle;
+        }
+        if (!holdsSource && recordedSource(bundle) == source) {
+            return bundle;
+        }
+    }
 }
 
 std::filesystem::path archiveMediaFolder(const ArchiveExportContext& context) {
@@ -44,6 +89,16 @@ void prepareArchiveFolder(ArchiveExportContext& context) {
                                   media, status);
         }
         context.log(LogEntryType::info, "Projektordner angelegt: " + media.filename().string());
+    }
+    const std::filesystem::path bundle = archiveBundleURL(context);
+    if (!recordedSource(bundle)) {
+        writeFileAtomically(bundle / kSourceRecordName, projectIdentity(context.sourceURL));
+    }
+    const int leftovers = removeTemporaryLeftovers(media) + removeTemporaryLeftovers(bundle);
+    if (leftovers > 0) {
+        context.log(
+            LogEntryType::info,
+            fmt::format("  ↳ {} unvollständige Datei(en) eines abgebrochenen Laufs entfernt", leftovers));
     }
     if (context.bundledAssets) {
         context.bundledAssets->openMediaNames(archiveBundleURL(context));

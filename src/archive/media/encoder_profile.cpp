@@ -63,6 +63,14 @@ EncoderProfile defaultEncoderProfile() {
 #endif
 }
 
+bool isEncoderProfileAvailable(EncoderProfile profile) {
+#ifdef __APPLE__
+    return true;
+#else
+    return profile != EncoderProfile::hevcVideoToolbox;
+#endif
+}
+
 EncoderProfile selectedEncoderProfile(std::string_view name) {
     return encoderProfileNamed(name).value_or(defaultEncoderProfile());
 }

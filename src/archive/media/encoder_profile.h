@@ -23,6 +23,8 @@ std::string_view encoderProfileName(EncoderProfile profile);
 std::optional<EncoderProfile> encoderProfileNamed(std::string_view name);
 /// The platform's profile: VideoToolbox on macOS, libx265 elsewhere.
 EncoderProfile defaultEncoderProfile();
+/// Whether this platform has the profile's encoder: VideoToolbox exists only on macOS.
+bool isEncoderProfileAvailable(EncoderProfile profile);
 /// The profile a run's encoder setting names, else the platform's (also for an empty name).
 EncoderProfile selectedEncoderProfile(std::string_view name);
 

@@ -117,6 +117,8 @@ void copyAsset(ArchiveExportContext& context, XmlElement asset, CopyCounts& coun
         };
         try {
             runCopy(source, target, context, progress);
+        } catch (const RunCancelled&) {
+            throw;
         } catch (const std::exception& failure) {
             ++counts.failed;
             logCopyFailure(context, name, source, target, failure);
@@ -155,7 +157,7 @@ std::string claimWholeCopyName(const ArchiveExportContext& context, const std::f
     const std::uintmax_t sourceSize = std::filesystem::file_size(source, status);
     const bool sourceKnown = !status;
     return context.bundledAssets->claimMediaName(
-        source.string(), source.filename().string(), [&](const std::filesystem::path& existing) {
+        source.string(), bundleFileName(source), [&](const std::filesystem::path& existing) {
             std::error_code existingStatus;
             return sourceKnown && std::filesystem::file_size(existing, existingStatus) == sourceSize &&
                    !existingStatus;

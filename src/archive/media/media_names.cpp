@@ -1,6 +1,8 @@
 #include "archive/media/media_names.h"
 
 #include "base/file_names.h"
+#include "base/utf8.h"
+#include "fcpxml/media_path.h"
 #include "pipeline/export_context.h"
 #include "platform/file_write.h"
 
@@ -19,7 +21,33 @@ std::string numberedName(const std::string& name, int number) {
     return fmt::format("{}-{}{}{}", fileNameBase(name), number, extension.empty() ? "" : ".", extension);
 }
 
+// The book is JSON text: a source path that is not UTF-8 is kept as its percent-encoded URL.
+std::string bookKey(const std::string& sourcePath) {
+    return isValidUTF8(sourcePath) ? sourcePath : MediaPath::url(sourcePath);
+}
+
+// The length of the valid UTF-8 character at `position`; 0 for a byte that starts none.
+std::size_t validCharacterLength(std::string_view text, std::size_t position) {
+    for (std::size_t length = 1; length <= 4 && position + length <= text.size(); ++length) {
+        if (isValidUTF8(text.substr(position, length))) {
+            return length;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
+
+std::string bundleFileName(const std::filesystem::path& source) {
+    const std::string name = source.filename().string();
+    std::string safe;
+    for (std::size_t i = 0; i < name.size();) {
+        const std::size_t length = validCharacterLength(name, i);
+        safe += length == 0 ? std::string("_") : name.substr(i, length);
+        i += std::max<std::size_t>(length, 1);
+    }
+    return safe;
+}
 
 MediaNameBook::MediaNameBook(std::filesystem::path bundleFolder) : bundleFolder_(std::move(bundleFolder)) {
     std::ifstream stream(*bundleFolder_ / kBookFileName);
@@ -38,8 +66,9 @@ MediaNameBook::MediaNameBook(std::filesystem::path bundleFolder) : bundleFolder_
     }
 }
 
-std::string MediaNameBook::claim(const std::string& sourcePath, const std::string& desiredName,
+std::string MediaNameBook::claim(const std::string& source, const std::string& desiredName,
                                  const UnrecordedFileTest& mayTakeUnrecordedFile) {
+    const std::string sourcePath = bookKey(source);
     std::string name = desiredName;
     for (int number = 2; !isAvailable(name, sourcePath, mayTakeUnrecordedFile); ++number) {
         name = numberedName(desiredName, number);

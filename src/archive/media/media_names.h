@@ -8,6 +8,10 @@
 
 namespace tidyreel {
 
+/// The name a source's file takes in the bundle: its own name, with every byte that is not part of
+/// valid UTF-8 replaced by "_", since the name is written into the project's XML and the name book.
+std::string bundleFileName(const std::filesystem::path& source);
+
 /// Which source file each file name in the bundle's `Media` folder belongs to, kept in the bundle
 /// (".tidyreel-media.json") so that a later run into the same folder recognises its own files. Two
 /// different sources with the same file name (two camera cards with C0001.MOV) never share a name.

@@ -17,17 +17,27 @@ const char* const kNoDuration = "duration_ts/time_base nicht in ffprobe output g
 
 std::vector<std::string> probeArguments(const std::string& entries, const std::filesystem::path& file,
                                         const std::string& streams = "v:0") {
-    return {"-v",  "error", "-select_streams", streams, "-show_entries", entries,
-            "-of", "json",  file.string()};
+    return {"-v",    "error",         "-select_streams",
+            streams, "-show_entries", entries,
+            "-of",   "json",          std::filesystem::absolute(file).string()};
 }
 
 // Runs ffprobe and returns its standard output.
 std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools) {
-    std::string standardError;
-    ProcessRequest request{locateFFprobe(tools), arguments, std::nullopt, true, {}, {}};
-    request.standardErrorChunk = [&](std::string_view chunk) { standardError.append(chunk); };
+    ProcessRequest request;
+    request.executable = locateFFprobe(tools);
+    request.arguments = arguments;
+    request.captureStandardOutput = true;
+    // A source that never ends (a device, a stalled network share) must not hold the run forever.
+    request.timeLimit = ffprobeTimeLimit();
     const ProcessResult result = runProcess(request);
+    if (result.ending == ProcessResult::Ending::timeLimit) {
+        throw ProbeError(
+            fmt::format("ffprobe stopped after {} s",
+                        std::chrono::duration_cast<std::chrono::seconds>(*request.timeLimit).count()));
+    }
     if (result.exitStatus != 0) {
+        std::string standardError = result.standardErrorTail;
         // The tool's closing line break would leave an empty line in the log.
         while (!standardError.empty() && (standardError.back() == '\n' || standardError.back() == '\r')) {
             standardError.pop_back();

@@ -20,6 +20,9 @@
 namespace tidyreel {
 namespace {
 
+// How much shorter than planned a cut may come out: frame snapping and rounding, never a lost second.
+const Rational kShortCutTolerance(1, 2);
+
 std::string gotLine(const char* function, const Segment& segment) {
     return fmt::format("       {} got: {}..{}", function, shortestDecimal(segment.start.doubleValue()),
                        shortestDecimal(segment.end.doubleValue()));
@@ -98,6 +101,8 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
                                         nominal.toFCPXML(), measured.toFCPXML(), drifts.back().toFCPXML()));
+        } catch (const RunCancelled&) {
+            throw;
         } catch (const Error&) {
             drifts.push_back(Rational::zero());
             job.context.log(
@@ -204,18 +209,6 @@ void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
     }
 }
 
-// A tool may exit with 0 and still leave nothing behind; that is no trimmed file.
-void requireWrittenOutput(const std::filesystem::path& output) {
-    std::error_code status;
-    const std::uintmax_t size = std::filesystem::file_size(output, status);
-    if (status || size == 0) {
-        throw Error("ffmpeg", 0,
-                    localized("ffmpeg meldete Erfolg, hat aber keine Datei geschrieben: ",
-                              "ffmpeg reported success but wrote no file: ") +
-                        output.filename().string());
-    }
-}
-
 void validateFallbackTarget(const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(target, status))) {
@@ -229,6 +222,44 @@ void validateFallbackTarget(const std::filesystem::path& target) {
     }
 }
 
+// An asset id comes from the project file: as part of a folder name it may hold nothing that leads out of
+// the temporary folder ("../../x") or that a file system refuses.
+std::string pathSafeID(const std::string& assetID) {
+    std::string safe;
+    for (const char c : assetID.substr(0, 64)) {
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                           c == '-' || c == '_';
+        safe += plain ? c : '_';
+    }
+    return safe;
+}
+
+// A cut counts once its file is there, decodes, and is not shorter than planned (a stopped encode
+// leaves a short file that still decodes).
+void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ToolPaths& tools) {
+    std::error_code status;
+    if (std::filesystem::file_size(file, status) == 0 || status) {
+        throw Error(TrimError::domain, TrimError::emptyFile,
+                    localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
+    }
+    const Rational measured = FFProbe::probeDuration(file, tools);
+    if (measured < planned - kShortCutTolerance) {
+        throw Error(
+            TrimError::domain, TrimError::tooShort,
+            fmt::format("{}: {} < {}", localized("Geschnittene Datei zu kurz", "Trimmed file too short"),
+                        measured.toFCPXML(), planned.toFCPXML()));
+    }
+}
+
+void placeTrimmedFile(const std::filesystem::path& partial, const std::filesystem::path& target) {
+    std::error_code status;
+    std::filesystem::rename(partial, target, status);
+    if (status) {
+        throw fileSystemError(localized("Datei konnte nicht umbenannt werden", "Could not rename file"),
+                              target, status);
+    }
+}
+
 }  // namespace
 
 std::string trimmedFileName(const std::string& sourceFileName) {
@@ -238,7 +269,7 @@ std::string trimmedFileName(const std::string& sourceFileName) {
 
 std::filesystem::path makeSegmentDirectory(const std::string& assetID) {
     const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("tidyreel-" + assetID + "-" + newUuid());
+        std::filesystem::temp_directory_path() / ("tidyreel-" + pathSafeID(assetID) + "-" + newUuid());
     std::error_code status;
     std::filesystem::create_directories(folder, status);
     if (status) {
@@ -254,9 +285,11 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
     // A trimmed file is written anew on every run, so an unrecorded file of the same name may be replaced.
     // Its name belongs to the asset, not just the file: two assets on one file keep different ranges.
     const std::string name = context.bundledAssets->claimMediaName(
-        plan.originalPath + "#" + plan.assetID, trimmedFileName(source.filename().string()),
+        plan.originalPath + "#" + plan.assetID, trimmedFileName(bundleFileName(source)),
         [](const std::filesystem::path&) { return true; });
-    TrimOutputs outputs{archiveMediaFolder(context) / name, std::nullopt};
+    // ffmpeg writes under a temporary name; only a checked file takes the final one.
+    const std::filesystem::path target = archiveMediaFolder(context) / name;
+    TrimOutputs outputs{temporarySibling(target), std::nullopt};
     const double total = totalLength(plan.segments).doubleValue();
     const std::string progressText =
         localized("Trimme Video", "Trimming video") + ": " + source.filename().string();
@@ -270,12 +303,14 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                     reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
                 }};
     try {
+        requireRegularFile(source);
         job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
         std::vector<Rational> drifts = cut(job, outputs);
-        requireWrittenOutput(outputs.output);
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
+        placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});
-        return {outputs.output, std::move(drifts)};
+        return {target, std::move(drifts)};
     } catch (...) {
         outputs.removeAll();
         throw;
@@ -299,6 +334,8 @@ void fallbackCopy(const TrimPlan& plan, ArchiveExportContext& context) {
             pointAssetAtFile(asset, target);
         }
         context.log(LogEntryType::success, "    ✓ Fallback-Kopie: " + name);
+    } catch (const RunCancelled&) {
+        throw;
     } catch (const std::exception& error) {
         context.log(LogEntryType::error, std::string("    ✗ Fallback-Kopie fehlgeschlagen: ") + error.what());
     }
@@ -312,6 +349,8 @@ std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExport
     try {
         trimmed = trimAsset(plan, context, index, count);
         context.log(LogEntryType::success, "    ✓ Gespeichert: " + trimmed->file.filename().string());
+    } catch (const RunCancelled&) {
+        throw;
     } catch (const std::exception& error) {
         context.log(LogEntryType::error, std::string("    ✗ Trim fehlgeschlagen: ") + error.what());
         fallbackCopy(plan, context);

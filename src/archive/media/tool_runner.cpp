@@ -3,8 +3,10 @@
 #include "archive/media/media_probe.h"
 #include "base/error.h"
 #include "base/error_codes.h"
+#include "base/language.h"
 #include "base/text.h"
 #include "base/utf8.h"
+#include "platform/file_write.h"
 #include "platform/process_runner.h"
 #include "platform/system_paths.h"
 
@@ -13,7 +15,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <mutex>
+#include <cstring>
 #include <sstream>
 
 namespace tidyreel {
@@ -50,30 +52,66 @@ std::optional<std::filesystem::path> locateTool(const std::string& name,
     return onSearchPath(name);
 }
 
-// A tool's standard error, appended from the runner's callback and read after the run, under one lock.
-class StandardErrorBuffer {
-public:
-    void append(std::string_view chunk) {
-        const std::lock_guard guard(lock_);
-        bytes_.append(chunk);
-    }
-    std::string text() const {
-        const std::lock_guard guard(lock_);
-        return bytes_;
-    }
-
-private:
-    mutable std::mutex lock_;
-    std::string bytes_;
-};
-
 std::uintmax_t fileSizeOrZero(const std::filesystem::path& file) {
     std::error_code status;
     const std::uintmax_t size = std::filesystem::file_size(file, status);
     return status ? 0 : size;
 }
 
+void removeFileQuietly(const std::filesystem::path& file) {
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
+}
+
+// A copy counts once it holds as many bytes as its source; then it takes the final name.
+void placeCopy(const std::filesystem::path& source, const std::filesystem::path& partial,
+               const std::filesystem::path& target) {
+    std::error_code status;
+    const std::uintmax_t expected = std::filesystem::file_size(source, status);
+    if (!status && fileSizeOrZero(partial) != expected) {
+        throw Error(
+            CopyError::domain, CopyError::incomplete,
+            fmt::format("{}: {}", localized("Kopie unvollständig", "Copy incomplete"), target.string()));
+    }
+    std::filesystem::rename(partial, target, status);
+    if (status) {
+        throw fileSystemError(localized("Kopie nicht umbenannt", "Copy not renamed"), target, status);
+    }
+}
+
+std::chrono::milliseconds secondsFromEnvironment(const char* variable, double fallback) {
+    double seconds = fallback;
+    if (const char* value = std::getenv(variable); value && *value) {
+        const char* end = value + std::strlen(value);
+        if (double parsed = 0; std::from_chars(value, end, parsed).ec == std::errc{} && parsed > 0) {
+            seconds = parsed;
+        }
+    }
+    return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
+}
+
 }  // namespace
+
+void LineSplitter::feed(std::string_view chunk, const std::function<void(std::string_view)>& line) {
+    for (const char c : chunk) {
+        if (c == '\r' || c == '\n') {
+            if (!partial_.empty()) {
+                line(partial_);
+                partial_.clear();
+            }
+        } else if (partial_.size() < kLineLimit) {
+            partial_ += c;
+        }
+    }
+}
+
+std::chrono::milliseconds ffprobeTimeLimit() {
+    return secondsFromEnvironment("TIDYREEL_FFPROBE_TIME_LIMIT", 60);
+}
+
+std::chrono::milliseconds ffmpegSilenceLimit() {
+    return secondsFromEnvironment("TIDYREEL_FFMPEG_SILENCE_LIMIT", 120);
+}
 
 std::filesystem::path locateFFmpeg(const ToolPaths& tools) {
     if (auto found = locateTool("ffmpeg", tools.ffmpeg)) {
@@ -93,49 +131,91 @@ void runFFmpeg(const std::vector<std::string>& arguments, const std::string& lab
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress) {
     const std::filesystem::path ffmpeg = locateFFmpeg(context.tools);
+    context.throwIfCancelled();
     context.log(LogEntryType::info, fmt::format("    {}: ffmpeg {}", label, loggedCommandLine(arguments)));
-    StandardErrorBuffer standardError;
-    ProcessRequest request{ffmpeg, arguments, workingDirectory, false, {}, {}};
+    ProcessRequest request;
+    request.executable = ffmpeg;
+    request.arguments = arguments;
+    request.workingDirectory = workingDirectory;
+    request.stopToken = context.stopToken;
+    request.silenceLimit = ffmpegSilenceLimit();
+    LineSplitter lines;
     request.standardErrorChunk = [&](std::string_view chunk) {
-        standardError.append(chunk);
-        if (progress) {
-            if (const std::optional<double> seconds = ffmpegProgressTime(chunk)) {
+        lines.feed(chunk, [&](std::string_view line) {
+            if (const std::optional<double> seconds = ffmpegProgressTime(line); seconds && progress) {
                 progress(*seconds);
             }
-        }
+        });
     };
-    const int status = runProcess(request).exitStatus;
-    if (status == 0) {
+    const ProcessResult result = runProcess(request);
+    if (result.ending == ProcessResult::Ending::silenceLimit) {
+        const double seconds = std::chrono::duration<double>(*request.silenceLimit).count();
+        context.log(
+            LogEntryType::error,
+            fmt::format("    ffmpeg: {} {:g} s",
+                        localized("angehalten, keine Ausgabe seit", "stopped, no output for"), seconds));
+        throw Error(FfmpegError::domain, result.exitStatus,
+                    fmt::format("ffmpeg stalled for {:g} s", seconds));
+    }
+    if (result.exitStatus == 0) {
         return;
     }
-    context.log(LogEntryType::error, "    ffmpeg stderr (tail):\n" + standardErrorTail(standardError.text()));
-    throw Error(FfmpegError::domain, status, fmt::format("ffmpeg failed with status {}", status));
+    context.log(LogEntryType::error,
+                "    ffmpeg stderr (tail):\n" + standardErrorTail(result.standardErrorTail));
+    throw Error(FfmpegError::domain, result.exitStatus,
+                fmt::format("ffmpeg failed with status {}", result.exitStatus));
 }
 
 void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
              const ExportContext& context, const ToolProgress& progress) {
-    StandardErrorBuffer standardError;
+    context.throwIfCancelled();
+    requireRegularFile(source);
+    // The copy is made under a temporary name and only renamed into place once it is whole, so that an
+    // interrupted or failed copy never leaves a truncated file under the final name.
+    const std::filesystem::path partial = temporarySibling(target);
 #ifdef __APPLE__
-    std::vector<std::string> arguments{"-X", source.string(), target.string()};
+    std::vector<std::string> arguments{"-X", "--", source.string(), partial.string()};
 #else
-    // GNU cp copies no extended attributes unless asked to.
-    std::vector<std::string> arguments{source.string(), target.string()};
+    // GNU cp copies no extended attributes unless asked to. "--": a source named "-x.mov" is no option.
+    std::vector<std::string> arguments{"--", source.string(), partial.string()};
 #endif
-    ProcessRequest request{"/bin/cp", std::move(arguments), std::nullopt, false, {}, {}};
-    request.standardErrorChunk = [&](std::string_view chunk) { standardError.append(chunk); };
+    ProcessRequest request;
+    request.executable = "/bin/cp";
+    request.arguments = std::move(arguments);
+    request.stopToken = context.stopToken;
     if (progress) {
-        request.whileRunning = [&] { progress(static_cast<double>(fileSizeOrZero(target))); };
+        request.whileRunning = [&] { progress(static_cast<double>(fileSizeOrZero(partial))); };
     }
-    const int status = runProcess(request).exitStatus;
-    if (status == 0) {
-        return;
+    ProcessResult result;
+    try {
+        result = runProcess(request);
+        if (result.exitStatus == 0) {
+            placeCopy(source, partial, target);
+            return;
+        }
+    } catch (...) {
+        removeFileQuietly(partial);
+        throw;
     }
-    const std::string bytes = standardError.text();
+    removeFileQuietly(partial);
+    const std::string& bytes = result.standardErrorTail;
     const std::string text = isValidUTF8(bytes) ? bytes : "<nicht dekodierbar>";
     context.log(LogEntryType::error, "     /bin/cp stderr: " + trimmedWhitespace(text));
-    context.log(LogEntryType::error, fmt::format("     /bin/cp exit code: {}", status));
-    throw Error(CopyError::domain, status, fmt::format("/bin/cp failed with status {}", status),
-                {{"stderr", text}});
+    context.log(LogEntryType::error, fmt::format("     /bin/cp exit code: {}", result.exitStatus));
+    throw Error(CopyError::domain, result.exitStatus,
+                fmt::format("/bin/cp failed with status {}", result.exitStatus), {{"stderr", text}});
+}
+
+void requireRegularFile(const std::filesystem::path& source) {
+    // A missing source is left to the copy tool, which says so in its own words.
+    std::error_code status;
+    const std::filesystem::file_status type = std::filesystem::status(source, status);
+    if (std::filesystem::exists(type) && !std::filesystem::is_regular_file(type)) {
+        throw Error(SourceError::domain, SourceError::notRegularFile,
+                    fmt::format("{}: {}",
+                                localized("Quelle ist keine reguläre Datei", "Source is not a regular file"),
+                                source.string()));
+    }
 }
 
 void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,

@@ -2,6 +2,7 @@
 
 #include "pipeline/export_context.h"
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -14,6 +15,24 @@ namespace tidyreel {
 /// Called while a tool runs with how far it has got: seconds of media written, or bytes copied.
 using ToolProgress = std::function<void(double)>;
 
+/// Splits a tool's standard error into lines at "\r" and "\n" as it arrives in chunks, carrying a
+/// partial line over to the next chunk (a progress report may be cut anywhere between two reads).
+class LineSplitter {
+public:
+    /// Hands every line the chunk completes to `line`; empty lines are dropped.
+    void feed(std::string_view chunk, const std::function<void(std::string_view)>& line);
+
+private:
+    static constexpr std::size_t kLineLimit = 4096;  ///< a longer line is cut, never buffered whole
+    std::string partial_;
+};
+
+/// How long ffprobe may run before it is stopped as failed: 60 s, or `TIDYREEL_FFPROBE_TIME_LIMIT` seconds.
+std::chrono::milliseconds ffprobeTimeLimit();
+/// How long ffmpeg may go without a word on standard error (it reports progress about twice a second)
+/// before it is stopped as stalled: 120 s, or `TIDYREEL_FFMPEG_SILENCE_LIMIT` seconds.
+std::chrono::milliseconds ffmpegSilenceLimit();
+
 /// The ffmpeg to run: the run's configured one, then the one next to the executable, then the first on
 /// `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
 std::filesystem::path locateFFmpeg(const ToolPaths& tools);
@@ -22,16 +41,22 @@ std::filesystem::path locateFFmpeg(const ToolPaths& tools);
 std::filesystem::path locateFFprobe(const ToolPaths& tools);
 
 /// Runs the context's ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the
-/// last 10 lines of its standard error and throws `Error` ("ffmpeg", status). `progress` hears the media time
-/// ffmpeg reports while it encodes.
+/// last 10 lines of its standard error and throws `Error` ("ffmpeg", status); stopped when silent for longer
+/// than `ffmpegSilenceLimit()`, and with `RunCancelled` on the context's stop request. `progress` hears
+/// the media time ffmpeg reports while it encodes.
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress = {});
 
-/// Copies one file with the system's copy tool (no extended attributes); on failure logs its standard
-/// error and exit code and throws `Error` ("cp", status, "stderr"). `progress` hears the bytes written.
+/// Copies one file with the system's copy tool (no extended attributes) under a temporary name, renamed
+/// to `target` once it holds all the source's bytes; on failure logs its standard error and exit code and
+/// throws `Error` ("cp", status, "stderr"), leaving nothing behind. `progress` hears the bytes written.
 void runCopy(const std::filesystem::path& source, const std::filesystem::path& target,
              const ExportContext& context, const ToolProgress& progress = {});
+
+/// Throws `Error` ("Source", 1) when something other than a regular file (a symbolic link to one counts)
+/// is at `source`: a FIFO or a device would hang a tool or never end. A missing source passes.
+void requireRegularFile(const std::filesystem::path& source);
 
 /// Reports progress inside step `step` of `steps` (counting from 0) on a finer scale of 100 parts per
 /// step, so that a long encode or copy moves the bar; `fraction` is clamped to 0…1.

@@ -87,15 +87,17 @@ void copyContentsSidecar(const ArchiveExportContext& context, const std::filesys
         context.log(LogEntryType::info, "  → Contents/ existiert bereits, übersprungen");
         return;
     }
-    std::string standardError;
+    ProcessRequest request;
+    request.executable = "/bin/cp";
 #ifdef __APPLE__
-    std::vector<std::string> arguments{"-R", "-X", source.string(), target.string()};
+    request.arguments = {"-R", "-X", "--", source.string(), target.string()};
 #else
-    std::vector<std::string> arguments{"-R", source.string(), target.string()};
+    request.arguments = {"-R", "--", source.string(), target.string()};
 #endif
-    ProcessRequest request{"/bin/cp", std::move(arguments), std::nullopt, false, {}, {}};
-    request.standardErrorChunk = [&](std::string_view chunk) { standardError.append(chunk); };
-    if (runProcess(request).exitStatus == 0) {
+    request.stopToken = context.stopToken;
+    const ProcessResult result = runProcess(request);
+    const std::string& standardError = result.standardErrorTail;
+    if (result.exitStatus == 0) {
         context.log(LogEntryType::success, "  ✓ Contents/-Sidecar übernommen (Object-Tracking-Daten)");
     } else {
         context.log(LogEntryType::warning,

@@ -45,20 +45,18 @@ std::vector<XmlElement> sourceElements(XmlElement asset) {
 
 // The problem of a file that ffmpeg cannot decode to its end, if any.
 std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ToolPaths& tools) {
-    std::string standardError;
-    ProcessRequest request{locateFFmpeg(tools),
-                           {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"},
-                           std::nullopt,
-                           false,
-                           [&](std::string_view chunk) { standardError.append(chunk); },
-                           {}};
-    const int status = runProcess(request).exitStatus;
-    if (status == 0 && standardError.empty()) {
+    bool complained = false;
+    ProcessRequest request;
+    request.executable = locateFFmpeg(tools);
+    request.arguments = {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"};
+    request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
+    const ProcessResult result = runProcess(request);
+    if (result.exitStatus == 0 && !complained) {
         return std::nullopt;
     }
     return fmt::format("{} {} ({})", file.filename().string(),
                        localized("lässt sich nicht bis zum Ende dekodieren", "does not decode to its end"),
-                       standardErrorTail(standardError, 1));
+                       standardErrorTail(result.standardErrorTail, 1));
 }
 
 // The allowed slack between declared and measured lengths: one frame of the asset, else 1/25 s.

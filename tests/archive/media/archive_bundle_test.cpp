@@ -107,6 +107,32 @@ TEST_F(BundleWrite, UnwritableOutputFolderFails) {
     EXPECT_EQ(log.lines(), std::vector<std::string>{"ℹ️ Schreibe Archiv-Bundle..."});
 }
 
+TEST_F(BundleWrite, ABundleOfTheSameNameFromAnotherProjectIsLeftAlone) {
+    context.sourceURL = folder / "a" / "Film.fcpxml";
+    const std::filesystem::path own = folder / "out" / "archiv_Film.fcpxmld";
+    EXPECT_EQ(chooseArchiveBundle(context), own);
+    prepareArchiveFolder(context);
+    EXPECT_EQ(chooseArchiveBundle(context), own) << "a later run of the same project goes on in its bundle";
+
+    ArchiveExportContext other = context;
+    other.sourceURL = folder / "b" / "Film.fcpxml";
+    EXPECT_EQ(chooseArchiveBundle(other), folder / "out" / "archiv_Film 2.fcpxmld");
+    // Nor is the project's own bundle ever the target, even when it holds no record of a source.
+    other.sourceURL = folder / "out" / "archiv_Film 2.fcpxmld" / "Info.fcpxml";
+    std::filesystem::create_directories(other.sourceURL.parent_path());
+    EXPECT_EQ(chooseArchiveBundle(other), folder / "out" / "archiv_Film 3.fcpxmld");
+}
+
+TEST_F(BundleWrite, APreparedBundleHasNoLeftoversOfAnInterruptedRun) {
+    const std::filesystem::path media = folder / "out" / "archiv_Film.fcpxmld" / "Media";
+    test::writeTextFile(media / ".A_trimmed.tidyreel-partial-1234.mov", "13 of 23 seconds");
+    test::writeTextFile(media / "A_trimmed.mov", "an earlier, whole file");
+    prepareArchiveFolder(context);
+    EXPECT_THAT(test::filesIn(media), ElementsAre(media / "A_trimmed.mov"));
+    EXPECT_THAT(log.lines(),
+                Contains("ℹ️   ↳ 1 unvollständige Datei(en) eines abgebrochenen Laufs entfernt"));
+}
+
 TEST_F(BundleWrite, ReportMeasuresSourcesAndBundleMedia) {
     setPreferredLanguages({"de"});
     test::writeTextFile(folder / "src" / "a b.mov", std::string(1'500'000, 'x'));

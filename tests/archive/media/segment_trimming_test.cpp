@@ -3,6 +3,7 @@
 #include "archive/archive_support.h"
 #include "archive/media/archive_bundle.h"
 #include "archive/media/bundled_asset_registry.h"
+#include "base/error.h"
 #include "test_support.h"
 
 #include <gmock/gmock.h>
@@ -44,10 +45,14 @@ protected:
                 "if [ \"$2\" = concat ]; then ls >> '" +
                 (folder / "pieces.txt").string() +
                 "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" + ffmpegExit);
-        context.tools.ffprobe = test::writeScript(folder / "bin" / "ffprobe",
-                                                  "case \"$6\" in stream=codec_name*) echo '" + codecJson +
-                                                      "';; *) echo '{\"streams\":[{\"time_base\":\"1/25\","
-                                                      "\"duration_ts\":251}]}';; esac");
+        // A piece lasts 251/25 s; a joined or single cut answers `cutDuration` frames.
+        context.tools.ffprobe = test::writeScript(
+            folder / "bin" / "ffprobe",
+            "for last; do :; done\ncase \"$6\" in stream=codec_name*) echo '" + codecJson +
+                "';; *) case \"$last\" in */seg_*) frames=251;; *) frames=" + cutDuration +
+                ";; esac; echo "
+                "\"{\\\"streams\\\":[{\\\"time_base\\\":\\\"1/25\\\",\\\"duration_ts\\\":$frames}]}\";; "
+                "esac");
     }
 
     TrimPlan plan(std::vector<Segment> segments) const {
@@ -69,6 +74,7 @@ protected:
     test::IsolatedUserFolders user;
     test::TempFolder folder;
     std::string ffmpegExit = "exit 0";
+    std::string cutDuration = "25100";
     std::string codecJson = R"({"streams":[{"codec_name":"h264","codec_tag_string":"avc1","start_pts":0}]})";
     LogCollector log;
     ArchiveExportContext context;
@@ -79,13 +85,17 @@ TEST(TrimmedFileName, KeepsTheExtensionAsWritten) {
     EXPECT_EQ(trimmedFileName("clip.final.M4V"), "clip.final_trimmed.M4V");
 }
 
-TEST_F(SegmentTrimming, OneSegmentIsCutStraightToTheBundle) {
+TEST_F(SegmentTrimming, OneSegmentIsCutUnderATemporaryNameAndThenPlaced) {
     const TrimmedMedia result = trimAsset(plan({{10, Rational(51, 2)}}), context);
     EXPECT_EQ(result.file, archiveMediaFolder(context) / "A001_trimmed.m4v");
     EXPECT_TRUE(result.drifts.empty());
     ASSERT_EQ(calls().size(), 1u);
     EXPECT_THAT(calls()[0], HasSubstr("-ss 10.000000 -t 15.500000 -c:v hevc_videotoolbox"));
-    EXPECT_THAT(calls()[0], ::testing::EndsWith("-f ipod -y " + result.file.string()));
+    EXPECT_THAT(calls()[0],
+                HasSubstr("-f ipod -y " + (archiveMediaFolder(context) / ".A001_trimmed").string() +
+                          ".tidyreel-partial-"));
+    EXPECT_THAT(calls()[0], ::testing::EndsWith(".m4v"));
+    EXPECT_THAT(test::filesIn(archiveMediaFolder(context)), ElementsAre(result.file));
     EXPECT_THAT(log.lines(), Contains("ℹ️        trimSingleSegment got: 10.0..25.5"));
     EXPECT_EQ(context.bundledAssets->snapshot().at("r1"),
               (Registration{"./Media/A001_trimmed.m4v", "file:///src/A001.m4v", true}));
@@ -141,6 +151,31 @@ TEST_F(SegmentTrimming, WithoutFFmpegTheSourceIsCopiedWhole) {
                 Contains("❌     ✗ Trim fehlgeschlagen: ffmpeg binary nicht im App-Bundle gefunden"));
     EXPECT_EQ(test::readTextFile(archiveMediaFolder(context) / "A001.m4v"), "source media");
     EXPECT_FALSE(std::filesystem::exists(archiveMediaFolder(context) / "A001_trimmed.m4v"));
+}
+
+TEST_F(SegmentTrimming, ACutThatComesOutShortIsNotTakenForTheWholeSegment) {
+    // A stopped encode leaves a file that decodes but ends early.
+    cutDuration = "325";
+    installTools();
+    EXPECT_FALSE(trimPlannedAsset(plan({{0, 23}}), context, 0, 1));
+    EXPECT_THAT(log.lines(), Contains("❌     ✗ Trim fehlgeschlagen: Trimmed file too short: 13s < 23s"));
+    EXPECT_THAT(test::filesIn(archiveMediaFolder(context)),
+                ElementsAre(archiveMediaFolder(context) / "A001.m4v"));
+}
+
+TEST_F(SegmentTrimming, ACancelledTrimIsNoFailureToCopyAround) {
+    std::stop_source stop;
+    context.stopToken = stop.get_token();
+    stop.request_stop();
+    EXPECT_THROW(trimPlannedAsset(plan({{0, 10}}), context, 0, 1), RunCancelled);
+    EXPECT_TRUE(test::filesIn(archiveMediaFolder(context)).empty());
+}
+
+TEST(SegmentDirectory, AnAssetIDNeverLeadsOutOfTheTemporaryFolder) {
+    const std::filesystem::path folder = makeSegmentDirectory("../../../x/y");
+    EXPECT_EQ(folder.parent_path(), std::filesystem::temp_directory_path());
+    EXPECT_TRUE(folder.filename().string().starts_with("tidyreel-_________x_y-"));
+    std::filesystem::remove(folder);
 }
 
 TEST_F(SegmentTrimming, FrameSnapLinesComeBeforeTheCut) {

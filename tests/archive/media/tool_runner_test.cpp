@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace tidyreel {
 namespace {
 
@@ -104,7 +106,55 @@ TEST_F(ToolRunner, CopyFailureLogsTheToolsWordsAndStatus) {
     }
     ASSERT_EQ(log.lines().size(), 2u);
     EXPECT_THAT(log.lines()[0], HasSubstr("❌      /bin/cp stderr: /bin/cp: "));
+    EXPECT_TRUE(test::filesIn(folder.path()).empty()) << "no partial copy stays behind";
     EXPECT_EQ(log.lines()[1], "❌      /bin/cp exit code: 1");
+}
+
+TEST_F(ToolRunner, ProgressSplitAcrossReadsIsStillHeard) {
+    // The report is cut in the middle of its time, as two reads of a pipe may cut it.
+    standInFFmpeg("printf 'frame=1 ti' >&2; sleep 0.3; printf 'me=00:00:07.25 bitrate=N/A\\r' >&2");
+    std::vector<double> seconds;
+    runFFmpeg({}, "Trim", std::nullopt, context, [&](double s) { seconds.push_back(s); });
+    EXPECT_THAT(seconds, ElementsAre(7.25));
+}
+
+TEST_F(ToolRunner, AStalledFFmpegIsStoppedAsFailed) {
+    const ScopedEnvironment shortLimit("TIDYREEL_FFMPEG_SILENCE_LIMIT", "0.5");
+    standInFFmpeg("echo 'reading input' >&2\nexec sleep 60");
+    const Error error = failure();
+    EXPECT_EQ(error.domain(), "ffmpeg");
+    EXPECT_STREQ(error.what(), "ffmpeg stalled for 0.5 s");
+}
+
+TEST_F(ToolRunner, ACancelledRunStopsFFmpegAndIsNoOrdinaryFailure) {
+    std::stop_source stop;
+    context.stopToken = stop.get_token();
+    stop.request_stop();
+    standInFFmpeg("exit 0");
+    EXPECT_THROW(runFFmpeg({}, "Trim", std::nullopt, context), RunCancelled);
+    EXPECT_TRUE(log.lines().empty()) << "nothing was started";
+}
+
+TEST_F(ToolRunner, CopyTakesSourcesThatLookLikeOptionsAndOnlyRegularFiles) {
+    // Relative names, as an asset's src may give them: without "--" cp would read "--help" as its option.
+    const std::filesystem::path previous = std::filesystem::current_path();
+    std::filesystem::current_path(folder.path());
+    test::writeTextFile(folder / "--help", "not an option");
+    runCopy("--help", folder / "copy.mov", context);
+    std::filesystem::current_path(previous);
+    EXPECT_EQ(test::readTextFile(folder / "copy.mov"), "not an option");
+
+    ASSERT_EQ(mkfifo((folder / "pipe.mov").c_str(), 0600), 0);
+    try {
+        runCopy(folder / "pipe.mov", folder / "pipe copy.mov", context);
+        FAIL() << "a FIFO was copied";
+    } catch (const Error& error) {
+        EXPECT_EQ(error.domain(), "Source");
+        EXPECT_THAT(error.what(), HasSubstr("pipe.mov"));
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder / "pipe copy.mov"));
+    EXPECT_THAT(test::filesIn(folder.path()),
+                ElementsAre(folder / "--help", folder / "copy.mov", folder / "pipe.mov"));
 }
 
 TEST(ToolOutputText, TailsAndProgressTimes) {

@@ -399,6 +399,7 @@ TEST_F(CoreTest, CancelStopsTheRunningToolAndRemovesTheNewBundle) {
     SettingsStore::setString("encoder", "libx265");
     ContentViewModel controller(RunMode::background);
     EXPECT_FALSE(controller.cancelRun()) << "nothing to cancel yet";
+    controller.setAllowOffline(true);  // the fixture's sound file is offline on purpose
     controller.loadFile(folder / "p.fcpxml");
     std::filesystem::create_directories(folder / "out");
     controller.chooseOutputFolder(folder / "out");

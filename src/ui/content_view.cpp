@@ -56,7 +56,7 @@ ContentView::ContentView(ContentViewModel& viewModel, QWidget* parent)
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(pages_);
     outer->addWidget(scroll, 1);
-    overlay_ = new ProcessingOverlayView({}, this);
+    overlay_ = new ProcessingOverlayView([this] { viewModel_.cancelRun(); }, this);
 
     ContentViewModel::Observer observer;
     observer.changed = [this] { scheduleRefresh(); };
@@ -276,6 +276,7 @@ void ContentView::closeEvent(QCloseEvent* event) {
     if (answer != QMessageBox::Yes) {
         return;
     }
+    viewModel_.cancelRun();
     auto* waiter = new QTimer(this);
     connect(waiter, &QTimer::timeout, this, [this, waiter] {
         if (!viewModel_.isProcessing()) {

@@ -20,6 +20,7 @@
 #include <QProgressBar>
 #include <QSettings>
 #include <QTest>
+#include <csignal>
 
 namespace tidyreel::test {
 namespace {
@@ -178,6 +179,31 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     EXPECT_THAT(labelText(find<QLabel>("reportLine")).toStdString(), HasSubstr(" → Ersparnis "));
     EXPECT_TRUE(std::filesystem::exists(folder_ / "out" / "archiv_Fenstertest.fcpxmld" / "Info.fcpxml"));
     screenshot(window_.get(), "07-archive-finished");
+}
+
+// Cancel on the overlay stops the running ffmpeg; the half-made bundle goes, the sources stay.
+TEST_F(WindowTest, CancelOnTheOverlayStopsTheArchiveAndLeavesNothingBehind) {
+    const std::filesystem::path project = twoRolesProject(folder_ / "media");
+    const std::filesystem::path pidFile = folder_ / "ffmpeg.pid";
+    const ScopedEnvironment ffmpeg(
+        "TIDYREEL_FFMPEG",
+        writeScript(folder_ / "bin" / "ffmpeg", "echo $$ > '" + pidFile.string() + "'\nexec sleep 60")
+            .string());
+    viewModel_->chooseOutputFolder(folder_ / "out");
+    std::filesystem::create_directories(folder_ / "out");
+    drop(find<QWidget>("projectDrop"), project);
+    find<QAbstractButton>("archivingTab")->click();
+    settle();
+    find<QAbstractButton>("startArchiving")->click();
+    ASSERT_TRUE(waitFor([&] { return !readTextFile(pidFile).empty(); }));
+    auto* cancel = find<QAbstractButton>("cancelRun");
+    EXPECT_TRUE(cancel->isVisible());
+    cancel->click();
+    ASSERT_TRUE(waitFor([this] { return !viewModel_->isProcessing(); }));
+    EXPECT_FALSE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
+    EXPECT_NE(kill(std::stoi(readTextFile(pidFile)), 0), 0) << "ffmpeg is gone";
+    EXPECT_TRUE(filesIn(folder_ / "out").empty());
+    EXPECT_THAT(viewModel_->logEntries().back().message, HasSubstr("Abgebrochen"));
 }
 
 TEST_F(WindowTest, ArchiveWithoutOutputFolderShowsThePermissionAlert) {

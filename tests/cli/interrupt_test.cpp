@@ -37,6 +37,7 @@ class Interrupt : public ::testing::Test {
 protected:
     Interrupt() {
         makeTestVideo(clip, 48, 0, "-c:v libx264 -preset ultrafast -g 50 -pix_fmt yuv420p -an");
+        // The fixture's sound file is offline on purpose: the runs archive without it.
         std::string text = readTextFile(fixture("archive/failing_cut.fcpxml"));
         text.replace(text.find("file://MEDIA"), 12, MediaPath::url(folder.path().string()));
         writeTextFile(project, text);
@@ -52,15 +53,15 @@ protected:
                                                (folder / "tidyreel.pid").string() + "'\nexec sleep 60")
                                    .string());
         bool sent = false;
-        return runTidyreel(
-            {"archive", project.string(), "-o", output.string(), "--lang", "en", "--encoder", "libx265"},
-            user, [&] {
-                const std::string tidyreel = readTextFile(folder / "tidyreel.pid");
-                if (!sent && !tidyreel.empty()) {
-                    kill(std::stoi(tidyreel), signal);
-                    sent = true;
-                }
-            });
+        return runTidyreel({"archive", project.string(), "-o", output.string(), "--lang", "en", "--encoder",
+                            "libx265", "--allow-offline"},
+                           user, [&] {
+                               const std::string tidyreel = readTextFile(folder / "tidyreel.pid");
+                               if (!sent && !tidyreel.empty()) {
+                                   kill(std::stoi(tidyreel), signal);
+                                   sent = true;
+                               }
+                           });
     }
 
     pid_t ffmpegPid() const { return std::stoi(readTextFile(folder / "ffmpeg.pid")); }
@@ -83,7 +84,9 @@ TEST_F(Interrupt, SIGTERMStopsFFmpegAndLeavesNoHalfBundle) {
 }
 
 TEST_F(Interrupt, CtrlCDuringARerunKeepsTheEarlierArchiveWhole) {
-    ASSERT_EQ(runTidyreel({"archive", project.string(), "-o", output.string(), "--encoder", "libx265"}, user)
+    ASSERT_EQ(runTidyreel({"archive", project.string(), "-o", output.string(), "--encoder", "libx265",
+                           "--allow-offline"},
+                          user)
                   .exitStatus,
               0);
     const std::filesystem::path bundle = output / "archiv_Archivtest.fcpxmld";

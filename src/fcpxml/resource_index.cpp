@@ -65,6 +65,9 @@ std::optional<std::string> assetMediaSource(XmlElement asset) {
 }
 
 void resolveRelativeSources(XmlDocument& document, const std::filesystem::path& projectFolder) {
+    if (projectFolder.empty()) {
+        return;  // no folder to resolve against (a project read from bytes alone)
+    }
     const auto resolve = [&](XmlElement element) {
         const std::optional<std::string> src = element.attribute("src");
         if (src && MediaPath::isRelative(*src)) {

@@ -62,10 +62,7 @@ void ArchivingRoleGroupView::rebuildRows() {
         return;
     }
     shownRows_ = shown;
-    while (QLayoutItem* item = rows_->layout()->takeAt(0)) {
-        delete item->widget();
-        delete item;
-    }
+    clearRows(rows_);
     for (const VideoRole& role : viewModel_.videoRoles()) {
         auto* check =
             new QCheckBox(qs(role.name) + "  (" + QString::number(role.clipCount) + " Clips)", rows_);

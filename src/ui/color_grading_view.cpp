@@ -64,10 +64,7 @@ void ColorGradingView::rebuildRows() {
         return;
     }
     shownRows_ = shown;
-    while (QLayoutItem* item = rows_->layout()->takeAt(0)) {
-        delete item->widget();
-        delete item;
-    }
+    clearRows(rows_);
     for (const VideoRole& role : viewModel_.videoRoles()) {
         rows_->layout()->addWidget(makeRow(role.name, role.clipCount));
     }

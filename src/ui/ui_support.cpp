@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLayout>
 #include <QPushButton>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -12,6 +13,13 @@
 #include <map>
 
 namespace tidyreel::ui {
+
+void clearRows(QWidget* rows) {
+    while (QLayoutItem* item = rows->layout()->takeAt(0)) {
+        delete item->widget();
+        delete item;
+    }
+}
 
 QString tr2(std::string_view german, std::string_view english) {
     return qs(localized(german, english));

@@ -21,6 +21,9 @@ inline QString qs(std::string_view text) {
 /// The localized text of the language rule as a QString.
 QString tr2(std::string_view german, std::string_view english);
 
+/// Removes and deletes every row widget of `rows`' layout, so the rows can be built anew.
+void clearRows(QWidget* rows);
+
 /// The icon that stands for one of the window's symbol names ("gear", "folder", "info.circle", …).
 QIcon symbolIcon(std::string_view symbolName);
 

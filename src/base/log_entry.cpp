@@ -5,7 +5,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <ctime>
 
 namespace tidyreel {
@@ -33,6 +35,21 @@ std::optional<LogEntryType> logEntryTypeFromRaw(std::string_view raw) {
 
 LogEntry LogEntry::make(LogEntryType type, std::string message) {
     return LogEntry{newUuid(), Clock::now(), std::move(message), type};
+}
+
+double completedShare(const ProcessingProgress& progress) {
+    if (progress.total <= 0) {
+        return 0;
+    }
+    // A step of unknown length may report a fraction that is no number at all; it counts as not begun.
+    const double fraction =
+        std::isfinite(progress.stepFraction) ? std::clamp(progress.stepFraction, 0.0, 1.0) : 0.0;
+    const double done = progress.current + fraction;
+    return std::clamp(done / progress.total, 0.0, 1.0);
+}
+
+std::string progressCaption(const ProcessingProgress& progress) {
+    return progress.itemName.empty() ? progress.taskName : progress.taskName + ": " + progress.itemName;
 }
 
 std::string statusSymbol(const ActionStatus& status) {

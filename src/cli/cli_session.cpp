@@ -76,10 +76,11 @@ void CliSession::printProgress(const ProcessingProgress& progress) {
         return;
     }
     constexpr int width = 30;
-    const int filled = std::clamp(progress.current * width / progress.total, 0, width);
+    const double share = completedShare(progress);
+    const int filled = static_cast<int>(share * width);
     std::cerr << fmt::format("\r\033[K[{}{}] {:3}% {}", std::string(static_cast<std::size_t>(filled), '#'),
                              std::string(static_cast<std::size_t>(width - filled), ' '),
-                             std::clamp(progress.current * 100 / progress.total, 0, 100), progress.taskName)
+                             static_cast<int>(share * 100), progressCaption(progress))
               << std::flush;
     progressLineOpen_ = true;
 }

@@ -106,9 +106,9 @@ void ContentViewModel::addLog(LogEntryType type, const std::string& message) {
     }
 }
 
-void ContentViewModel::reportProgress(int current, int total, const std::string& taskName) {
-    processingProgress_ = ProcessingProgress{current, total, taskName};
-    processingStatus_ = fmt::format("{}: {} von {}", taskName, current, total);
+void ContentViewModel::reportProgress(const ProcessingProgress& progress) {
+    processingProgress_ = progress;
+    processingStatus_ = fmt::format("{}: {} von {}", progress.taskName, progress.current, progress.total);
     if (observer_.progressChanged) {
         observer_.progressChanged(*processingProgress_);
     }
@@ -411,9 +411,7 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
     };
     if (runMode_ == RunMode::blocking) {
         callbacks.logger = [this](LogEntryType type, const std::string& message) { addLog(type, message); };
-        callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
-            reportProgress(current, total, taskName);
-        };
+        callbacks.progressUpdater = [this](const ProcessingProgress& progress) { reportProgress(progress); };
         return callbacks;
     }
     // Queued calls keep the order of the worker's reports; Qt drops them if the controller is gone.
@@ -421,10 +419,9 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
         QMetaObject::invokeMethod(
             this, [this, type, message] { addLog(type, message); }, Qt::QueuedConnection);
     };
-    callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
+    callbacks.progressUpdater = [this](const ProcessingProgress& progress) {
         QMetaObject::invokeMethod(
-            this, [this, current, total, taskName] { reportProgress(current, total, taskName); },
-            Qt::QueuedConnection);
+            this, [this, progress] { reportProgress(progress); }, Qt::QueuedConnection);
     };
     return callbacks;
 }

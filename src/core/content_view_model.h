@@ -50,7 +50,7 @@ public:
     /// Appends a line to the processing log; while a run is busy it also becomes the status text.
     void addLog(LogEntryType type, const std::string& message);
     /// Applies a progress report of the running task.
-    void reportProgress(int current, int total, const std::string& taskName);
+    void reportProgress(const ProcessingProgress& progress);
     /// The log as copied to the clipboard.
     std::string copyLogText() const { return tidyreel::copyLogText(logEntries_); }
 

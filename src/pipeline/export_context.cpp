@@ -33,8 +33,12 @@ void ExportContext::log(LogEntryType type, const std::string& message) const {
 }
 
 void ExportContext::reportProgress(int current, int total, const std::string& taskName) const {
+    reportProgress(ProcessingProgress(current, total, taskName));
+}
+
+void ExportContext::reportProgress(const ProcessingProgress& progress) const {
     if (progressUpdater) {
-        progressUpdater(current, total, taskName);
+        progressUpdater(progress);
     }
 }
 

@@ -42,8 +42,10 @@ struct ExportContext : RunSettings {
 
     /// Writes one log line through `logger` (dropped when there is none).
     void log(LogEntryType type, const std::string& message) const;
-    /// Reports progress through `progressUpdater` when there is one.
+    /// Reports step progress through `progressUpdater` when there is one.
     void reportProgress(int current, int total, const std::string& taskName) const;
+    /// Reports progress, also inside a step, through `progressUpdater` when there is one.
+    void reportProgress(const ProcessingProgress& progress) const;
 
     /// Throws `RunCancelled` when a stop was requested; called between steps that take a while.
     void throwIfCancelled() const;

@@ -20,7 +20,10 @@
 #include <QProgressBar>
 #include <QSettings>
 #include <QTest>
+#include <algorithm>
 #include <csignal>
+#include <iterator>
+#include <set>
 
 namespace tidyreel::test {
 namespace {
@@ -148,6 +151,11 @@ TEST_F(WindowTest, GradingAndDescriptionRunsReportInlineAndInTheLog) {
 
 TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     const std::filesystem::path project = twoRolesProject(folder_ / "media");
+    // The real ffmpeg, paced to eight times real time and reporting ten times a second, so that even
+    // the short encodes of this project last long enough for the bar to be seen moving inside them.
+    const ScopedEnvironment pacedFFmpeg(
+        "TIDYREEL_FFMPEG",
+        writeScript(folder_ / "bin" / "ffmpeg", "exec ffmpeg -stats_period 0.1 -readrate 8 \"$@\"").string());
     viewModel_->chooseOutputFolder(folder_ / "out");
     std::filesystem::create_directories(folder_ / "out");
     drop(find<QWidget>("projectDrop"), project);
@@ -168,11 +176,33 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     settle();
     EXPECT_TRUE(viewModel_->isProcessing());
     EXPECT_TRUE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
-    ASSERT_TRUE(waitFor([this] { return viewModel_->processingProgress().has_value(); }));
-    EXPECT_THAT(labelText(find<QLabel>("processingSteps")).toStdString(), HasSubstr(" von "));
-    screenshot(window_.get(), "06-archive-overlay");
-    ASSERT_TRUE(waitFor([this] { return !viewModel_->isProcessing(); }));
+    // The bar and the file line as the overlay showed them whenever a report came from inside an encode.
+    auto* bar = window_->findChild<QProgressBar*>("processingBar");
+    auto* file = window_->findChild<QLabel*>("processingItem");
+    std::vector<int> barValues;
+    std::set<std::string> files;
+    ASSERT_TRUE(waitFor([&] {
+        const std::optional<ProcessingProgress>& progress = viewModel_->processingProgress();
+        if (progress && progress->stepFraction > 0 && file->isVisible()) {
+            barValues.push_back(bar->value());
+            files.insert(file->text().toStdString());
+            if (barValues.size() == 8) {
+                EXPECT_EQ(labelText(find<QLabel>("processingSteps")), "0 von 2");
+                screenshot(window_.get(), "06-archive-overlay");
+            }
+        }
+        return !viewModel_->isProcessing();
+    }));
     EXPECT_FALSE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
+    EXPECT_EQ(files, (std::set<std::string>{"Trimme Video: Drohne.mov", "Trimme Video: Interview.mov"}));
+    // Two steps share the bar (0 to 1000): inside the first encode it stands at two or more places
+    // between empty and half, and it never goes back.
+    std::set<int> insideFirstEncode;
+    std::copy_if(barValues.begin(), barValues.end(),
+                 std::inserter(insideFirstEncode, insideFirstEncode.end()),
+                 [](int value) { return value > 0 && value < 500; });
+    EXPECT_GE(insideFirstEncode.size(), 2u);
+    EXPECT_TRUE(std::is_sorted(barValues.begin(), barValues.end()));
 
     ASSERT_TRUE(viewModel_->lastArchiveReport().has_value());
     EXPECT_THAT(labelText(find<QLabel>("reportLine")).toStdString(), HasSubstr("Original "));

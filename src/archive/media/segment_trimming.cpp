@@ -74,14 +74,17 @@ std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& s
     return streamCopyArguments(job.source, output, start, duration);
 }
 
+// `secondsBefore`: how much of the asset's planned length the pieces cut before this one hold, so that
+// the progress of one piece continues where the last one ended.
 void cutSegment(const TrimJob& job, const Segment& segment, const std::filesystem::path& output,
-                const std::string& label) {
+                const std::string& label, double secondsBefore = 0) {
     if (job.streamCopy) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegmentStreamCopy", segment));
     } else {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
     }
-    runFFmpeg(singleCutArguments(job, segment, output), label, std::nullopt, job.context, job.progress);
+    const ToolProgress progress = [&](double seconds) { job.progress(secondsBefore + seconds); };
+    runFFmpeg(singleCutArguments(job, segment, output), label, std::nullopt, job.context, progress);
 }
 
 std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::filesystem::path>& pieces) {
@@ -126,6 +129,7 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
     const std::vector<Segment>& segments = job.plan.segments;
     outputs.segmentFolder = makeSegmentDirectory(job.plan.assetID);
     std::vector<std::filesystem::path> pieces;
+    Rational secondsBefore = Rational::zero();
     for (std::size_t i = 0; i < segments.size(); ++i) {
         pieces.push_back(*outputs.segmentFolder / fmt::format("seg_{}.{}", i, job.extension));
         if (job.streamCopy) {
@@ -134,7 +138,9 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
                                         "Stream-Copy",
                                         i + 1, segments.size()));
         }
-        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()));
+        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()),
+                   secondsBefore.doubleValue());
+        secondsBefore = secondsBefore + segments[i].length();
     }
     std::vector<Rational> drifts = measuredDrifts(job, pieces);
     writeConcatList(*outputs.segmentFolder, pieces);
@@ -251,6 +257,12 @@ void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const
     }
 }
 
+// The trim phase's progress for one plan: its step, and the file it cuts.
+ProcessingProgress trimProgress(const TrimPlan& plan, int step, int steps) {
+    return {step, steps, localized("Trimme Video", "Trimming video"), 0,
+            std::filesystem::path(plan.originalPath).filename().string()};
+}
+
 void placeTrimmedFile(const std::filesystem::path& partial, const std::filesystem::path& target) {
     std::error_code status;
     std::filesystem::rename(partial, target, status);
@@ -291,17 +303,17 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
     const std::filesystem::path target = archiveMediaFolder(context) / name;
     TrimOutputs outputs{temporarySibling(target), std::nullopt};
     const double total = totalLength(plan.segments).doubleValue();
-    const std::string progressText =
-        localized("Trimme Video", "Trimming video") + ": " + source.filename().string();
-    TrimJob job{plan,
-                context,
-                source,
-                fileNameExtension(source.filename().string()),
-                false,
-                selectedEncoderProfile(context.encoder),
-                [&, progressStep, progressSteps](double seconds) {
-                    reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
-                }};
+    TrimJob job{
+        plan,
+        context,
+        source,
+        fileNameExtension(source.filename().string()),
+        false,
+        selectedEncoderProfile(context.encoder),
+        [&context, step = trimProgress(plan, progressStep, progressSteps), total](double seconds) mutable {
+            step.stepFraction = seconds / total;
+            context.reportProgress(step);
+        }};
     try {
         requireRegularFile(source);
         job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
@@ -343,6 +355,7 @@ void fallbackCopy(const TrimPlan& plan, ArchiveExportContext& context) {
 
 std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExportContext& context, int index,
                                              int count) {
+    context.reportProgress(trimProgress(plan, index, count));
     logFrameSnaps(plan, context);
     context.log(LogEntryType::info, "  → Schneide Asset " + plan.assetID + "...");
     std::optional<TrimmedMedia> trimmed;

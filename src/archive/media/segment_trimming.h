@@ -33,7 +33,8 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
 /// repoints it; logs its own failure instead of throwing.
 void fallbackCopy(const TrimPlan& plan, ArchiveExportContext& context);
 
-/// One plan of the trim phase: frame-snap lines, the trim, and the whole copy when the trim fails.
+/// One plan of the trim phase, step `index` of `count`: its progress report (naming the source file),
+/// frame-snap lines, the trim, and the whole copy when the trim fails.
 /// Returns the trimmed media, or no value when the source was copied whole (or not at all).
 std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExportContext& context, int index,
                                              int count);

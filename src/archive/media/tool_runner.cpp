@@ -218,12 +218,6 @@ void requireRegularFile(const std::filesystem::path& source) {
     }
 }
 
-void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,
-                        const std::string& text) {
-    const int part = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 99.0);
-    context.reportProgress(step * 100 + part, steps * 100, text);
-}
-
 std::string loggedCommandLine(const std::vector<std::string>& arguments) {
     std::string line;
     for (const std::string& argument : arguments) {

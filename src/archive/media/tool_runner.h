@@ -58,11 +58,6 @@ void runCopy(const std::filesystem::path& source, const std::filesystem::path& t
 /// is at `source`: a FIFO or a device would hang a tool or never end. A missing source passes.
 void requireRegularFile(const std::filesystem::path& source);
 
-/// Reports progress inside step `step` of `steps` (counting from 0) on a finer scale of 100 parts per
-/// step, so that a long encode or copy moves the bar; `fraction` is clamped to 0…1.
-void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,
-                        const std::string& text);
-
 /// The command line as logged: arguments joined with spaces, those holding a space in double quotes.
 std::string loggedCommandLine(const std::vector<std::string>& arguments);
 

@@ -21,11 +21,9 @@ namespace {
 std::map<std::string, TrimmedAsset> trimAll(const std::map<std::string, TrimPlan>& plans,
                                             ArchiveExportContext& context) {
     context.log(LogEntryType::info, localized("Trimme Video...", "Trimming video..."));
-    const std::string progressText = localized("Trimme Video", "Trimming video");
     std::map<std::string, TrimmedAsset> trimmed;
     int index = 0;
     for (const auto& [id, plan] : plans) {
-        context.reportProgress(index, static_cast<int>(plans.size()), progressText);
         if (std::optional<TrimmedMedia> media =
                 trimPlannedAsset(plan, context, index, static_cast<int>(plans.size()))) {
             trimmed.emplace(id, TrimmedAsset{plan, media->file, std::move(media->drifts)});

@@ -27,8 +27,9 @@ protected:
         context.buffer = 2;
         context.minSegment = 20;
         context.logger = log.logger();
-        context.progressUpdater = [this](int current, int total, const std::string& name) {
-            progress.push_back(std::to_string(current) + "/" + std::to_string(total) + " " + name);
+        context.progressUpdater = [this](const ProcessingProgress& report) {
+            progress.push_back(std::to_string(report.current) + "/" + std::to_string(report.total) + " " +
+                               report.taskName);
         };
         return planArchive(context);
     }

@@ -104,6 +104,12 @@ TEST_F(WindowTest, ProjectAndEffectArriveByDrop) {
     EXPECT_EQ(labelText(interview->findChild<QLabel*>("effectDrop")), "✦ ClipwrightEffekt");
     EXPECT_TRUE(interview->findChild<QCheckBox*>()->isChecked());
     screenshot(window_.get(), "03-loaded-with-effect");
+    switchLanguage("en-US");
+    EXPECT_EQ(labelText(find<QWidget>("role:Interview")->findChild<QLabel*>("effectDrop")),
+              "✦ ClipwrightEffekt");
+    screenshot(window_.get(), "03-loaded-with-effect-en");
+    switchLanguage("de-DE");
+    interview = find<QWidget>("role:Interview");  // the rows are built anew with the texts
 
     // Unticking the role takes its effect away again.
     interview->findChild<QCheckBox*>()->click();
@@ -171,6 +177,10 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     settle();
     EXPECT_EQ(viewModel_->includedRoles(), (std::set<std::string>{"Drone", "Interview"}));
     screenshot(window_.get(), "05-archiving-tab");
+    switchLanguage("en-US");
+    EXPECT_EQ(find<QAbstractButton>("startArchiving")->text(), "Archive");
+    screenshot(window_.get(), "05-archiving-tab-en");
+    switchLanguage("de-DE");
 
     find<QAbstractButton>("startArchiving")->click();
     settle();
@@ -181,12 +191,15 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     auto* file = window_->findChild<QLabel*>("processingItem");
     std::vector<int> barValues;
     std::set<std::string> files;
+    bool pictured = false;
     ASSERT_TRUE(waitFor([&] {
         const std::optional<ProcessingProgress>& progress = viewModel_->processingProgress();
         if (progress && progress->stepFraction > 0 && file->isVisible()) {
             barValues.push_back(bar->value());
             files.insert(file->text().toStdString());
-            if (barValues.size() == 8) {
+            // The first encode about half done: its bar a quarter full.
+            if (!pictured && bar->value() >= 200 && bar->value() < 500) {
+                pictured = true;
                 EXPECT_EQ(labelText(find<QLabel>("processingSteps")), "0 von 2");
                 screenshot(window_.get(), "06-archive-overlay");
             }
@@ -194,6 +207,7 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
         return !viewModel_->isProcessing();
     }));
     EXPECT_FALSE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
+    EXPECT_TRUE(pictured);
     EXPECT_EQ(files, (std::set<std::string>{"Trimme Video: Drohne.mov", "Trimme Video: Interview.mov"}));
     // Two steps share the bar (0 to 1000): inside the first encode it stands at two or more places
     // between empty and half, and it never goes back.
@@ -275,6 +289,16 @@ TEST_F(WindowTest, InformationPopupsOpenAndEscapeClosesThem) {
         settle();
         EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << button.toStdString();
     }
+
+    switchLanguage("en-US");
+    find<QAbstractButton>("clipTrimmingInfo")->click();
+    settle();
+    auto* popup = dynamic_cast<ui::InfoPopup*>(QApplication::activeModalWidget());
+    ASSERT_NE(popup, nullptr);
+    EXPECT_EQ(popup->windowTitle(), "Trim Clips");
+    screenshot(popup, "09-popup-clipTrimmingInfo-en");
+    QTest::keyClick(popup, Qt::Key_Escape);
+    settle();
 }
 
 TEST_F(WindowTest, SettingsSheetEditsDescriptionsAndForgetsAssignments) {
@@ -302,6 +326,9 @@ TEST_F(WindowTest, SettingsSheetEditsDescriptionsAndForgetsAssignments) {
     EXPECT_EQ(QSettings().value("youtubeDescription1").toString(), "🎬 Hallo");
     EXPECT_EQ(labelText(first->findChild<QLabel*>("storedDescription")), "🎬 Hallo");
     screenshot(settings, "10-settings");
+    switchLanguage("en-US");
+    screenshot(settings, "10-settings-en");
+    switchLanguage("de-DE");
 
     settings->findChild<QAbstractButton*>("deleteMappings")->click();
     settle();

@@ -31,6 +31,8 @@ ProcessingOverlayView::ProcessingOverlayView(std::function<void()> onCancel, QWi
     spinner_->setRange(0, 0);  // no range: the style animates it as a busy indicator
     spinner_->setTextVisible(false);
     spinner_->setMaximumHeight(8);
+    // Short and centred, so that it reads as "busy" and is never taken for a second, full bar.
+    spinner_->setFixedWidth(96);
     status_ = new QLabel(panel_);
     status_->setObjectName("processingStatus");
     status_->setWordWrap(true);
@@ -49,7 +51,7 @@ ProcessingOverlayView::ProcessingOverlayView(std::function<void()> onCancel, QWi
     cancel_->setObjectName("cancelRun");
     cancel_->setVisible(static_cast<bool>(onCancel));
     connect(cancel_, &QPushButton::clicked, this, std::move(onCancel));
-    layout->addWidget(spinner_);
+    layout->addWidget(spinner_, 0, Qt::AlignCenter);
     layout->addWidget(status_);
     layout->addWidget(item_);
     layout->addWidget(bar_);

@@ -15,6 +15,7 @@ namespace {
 using test::LogCollector;
 using test::ScopedEnvironment;
 using ::testing::Contains;
+using ::testing::DoubleEq;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -114,6 +115,23 @@ TEST_F(SegmentTrimming, SeveralSegmentsAreCutIntoATemporaryFolderAndJoined) {
     EXPECT_THAT(log.lines(),
                 Contains(::testing::StartsWith("ℹ️     Concat (3 Segmente): ffmpeg -f concat")));
     EXPECT_TRUE(test::filesIn(folder / "tmp").empty()) << "the pieces' folder is removed";
+}
+
+// Pieces cut one by one carry the asset's progress on where the last piece ended, so that the bar of
+// the step never falls back; every report names the source file.
+TEST_F(SegmentTrimming, ProgressRunsOnAcrossThePiecesAndNamesTheSource) {
+    ffmpegExit = "echo 'frame=125 time=00:00:05.00 bitrate=1' >&2; exit 0";
+    installTools();
+    std::vector<ProcessingProgress> reports;
+    context.progressUpdater = [&](const ProcessingProgress& report) { reports.push_back(report); };
+    trimAsset(plan({{0, 10}, {30, 40}, {60, 70}}), context, 2, 4);
+    std::vector<double> fractions;
+    for (const ProcessingProgress& report : reports) {
+        EXPECT_EQ(std::make_pair(report.current, report.total), std::make_pair(2, 4));
+        EXPECT_EQ(report.itemName, "A001.m4v");
+        fractions.push_back(report.stepFraction);
+    }
+    EXPECT_THAT(fractions, ElementsAre(DoubleEq(1.0 / 6), DoubleEq(0.5), DoubleEq(5.0 / 6)));
 }
 
 TEST_F(SegmentTrimming, AVFoundationProRes4444IsCutByStreamCopy) {

@@ -23,7 +23,7 @@ namespace {
 // How much shorter than planned a cut may come out: frame snapping and rounding, never a lost second.
 const Rational kShortCutTolerance(1, 2);
 
-std::string gotLine(const char* function, const Segment& segment) {
+std::string gotLine(const char* function, const HalfOpenRange& segment) {
     return fmt::format("       {} got: {}..{}", function, shortestDecimal(segment.start.doubleValue()),
                        shortestDecimal(segment.end.doubleValue()));
 }
@@ -58,7 +58,7 @@ struct TrimJob {
 };
 
 // The cut of one segment as the profile makes it: stream copy, or VideoToolbox re-encoding.
-std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& segment,
+std::vector<std::string> singleCutArguments(const TrimJob& job, const HalfOpenRange& segment,
                                             const std::filesystem::path& output) {
     const double start = segment.start.doubleValue();
     const double duration = segment.length().doubleValue();
@@ -74,7 +74,7 @@ std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& s
     return streamCopyArguments(job.source, output, start, duration);
 }
 
-void cutSegment(const TrimJob& job, const Segment& segment, const std::filesystem::path& output,
+void cutSegment(const TrimJob& job, const HalfOpenRange& segment, const std::filesystem::path& output,
                 const std::string& label) {
     if (job.streamCopy) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegmentStreamCopy", segment));
@@ -85,7 +85,7 @@ void cutSegment(const TrimJob& job, const Segment& segment, const std::filesyste
 }
 
 std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::filesystem::path>& pieces) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     if (job.streamCopy) {
         job.context.log(
             LogEntryType::info,
@@ -123,7 +123,7 @@ void writeConcatList(const std::filesystem::path& folder, const std::vector<std:
 
 // One run per segment into a temporary folder, then the concat demuxer joins the pieces.
 std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     outputs.segmentFolder = makeSegmentDirectory(job.plan.assetID);
     std::vector<std::filesystem::path> pieces;
     for (std::size_t i = 0; i < segments.size(); ++i) {
@@ -148,8 +148,8 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
 // All segments in one libx265 run. Each piece keeps exactly its frames, so its length is known without
 // measuring: the drift is what the frame count adds to the planned length.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
-    for (const Segment& segment : segments) {
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    for (const HalfOpenRange& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
     }
     const std::string label =

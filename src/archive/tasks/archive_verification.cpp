@@ -149,7 +149,7 @@ private:
             }
             const Rational origin = FCPXMLTime::time(asset, "start");
             const Rational slack = tolerance(asset, resources);
-            const UsedRange used = clipMediaRange(clip).used;
+            const HalfOpenRange used = clipMediaRange(clip).used;
             if (used.start + slack < origin || origin + duration + slack < used.end) {
                 problems_.push_back(fmt::format(
                     "{} '{}' (Asset {}): {} {}..{}, {} {}..{}", clip.element.name(), clip.name.value_or("?"),

@@ -55,7 +55,7 @@ protected:
                 "esac");
     }
 
-    TrimPlan plan(std::vector<Segment> segments) const {
+    TrimPlan plan(std::vector<HalfOpenRange> segments) const {
         return TrimPlan{"r1",
                         (folder / "src" / "A001.m4v").string(),
                         "file:///src/A001.m4v",

@@ -49,7 +49,7 @@ TEST_F(ArchivePlanningRun, LogsTheRunAndPlansEveryUsedAsset) {
     const ArchivePlanning planning = run(kResources, kSpine, {"Video"});
     EXPECT_FALSE(planning.nothingUsed);
     ASSERT_EQ(planning.plans.size(), 1u);
-    EXPECT_THAT(planning.plans.at("a1").segments, ElementsAre(Segment{35, 55}));
+    EXPECT_THAT(planning.plans.at("a1").segments, ElementsAre(HalfOpenRange{35, 55}));
     EXPECT_THAT(progress, ElementsAre("0/2 Analysiere Assets", "1/2 Analysiere Assets"));
     const std::vector<std::string>& lines = log.lines();
     ASSERT_GE(lines.size(), 9u);

@@ -96,7 +96,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
+            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.settings.tools);
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -155,7 +155,7 @@ std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outp
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source, job.context.tools)),
+                            FFProbe::hasAudioStream(job.source, job.context.settings.tools)),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -298,15 +298,15 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 source,
                 fileNameExtension(source.filename().string()),
                 false,
-                selectedEncoderProfile(context.encoder),
+                selectedEncoderProfile(context.settings.encoder),
                 [&, progressStep, progressSteps](double seconds) {
                     reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
                 }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.settings.tools));
         std::vector<Rational> drifts = cut(job, outputs);
-        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.settings.tools);
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});

@@ -130,7 +130,7 @@ std::filesystem::path locateFFprobe(const ToolPaths& tools) {
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress) {
-    const std::filesystem::path ffmpeg = locateFFmpeg(context.tools);
+    const std::filesystem::path ffmpeg = locateFFmpeg(context.settings.tools);
     context.throwIfCancelled();
     context.log(LogEntryType::info, fmt::format("    {}: ffmpeg {}", label, loggedCommandLine(arguments)));
     ProcessRequest request;

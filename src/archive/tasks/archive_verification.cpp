@@ -177,7 +177,7 @@ std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
     const std::vector<std::string> problems =
-        verifyArchiveBundle(archiveBundleURL(context), context.tools, context.allowOffline);
+        verifyArchiveBundle(archiveBundleURL(context), context.settings.tools, context.settings.allowOffline);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

@@ -27,7 +27,7 @@ std::string mediaAsset(const std::string& id, const std::filesystem::path& file,
 class BypassCopy : public ::testing::Test {
 protected:
     BypassCopy() {
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.logger = log.logger();
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();
@@ -81,7 +81,8 @@ TEST_F(BypassCopy, DiagnosisBoxAndEmptyList) {
     const std::vector<std::string>& lines = log.lines();
     ASSERT_GE(lines.size(), 7u);
     EXPECT_EQ(lines[1], "ℹ️ ┌─ DIAGNOSE: Bypass-Kopie-Phase");
-    EXPECT_EQ(lines[2], "ℹ️ │  Ziel-Ordner: " + media("").parent_path().string());  // no sandbox line here
+    EXPECT_EQ(lines[2],
+              "ℹ️ │  Ziel-Ordner: " + media("").parent_path().string());  // no sandbox line here
     EXPECT_EQ(lines[3], "ℹ️ │  Ziel existiert: JA");
     EXPECT_EQ(lines[4], "ℹ️ │  Ziel beschreibbar: JA");
     EXPECT_EQ(lines[5], "ℹ️ └─ Assets zu kopieren: 0");

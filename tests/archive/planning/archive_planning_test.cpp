@@ -23,9 +23,9 @@ protected:
 
     ArchivePlanning run(const std::string& resources, const std::string& spine, std::set<std::string> roles) {
         context.xmlDocument = test::projectWith(resources, spine);
-        context.includedRoles = std::move(roles);
-        context.buffer = 2;
-        context.minSegment = 20;
+        context.settings.includedRoles = std::move(roles);
+        context.settings.buffer = 2;
+        context.settings.minSegment = 20;
         context.logger = log.logger();
         context.progressUpdater = [this](int current, int total, const std::string& name) {
             progress.push_back(std::to_string(current) + "/" + std::to_string(total) + " " + name);

@@ -464,7 +464,8 @@ void ContentViewModel::finishRun(ExportActionType actionType, const RunOutcome& 
         processingProgress_.reset();
     }
     if (outcome.failure) {
-        statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
+        statusOf(actionType) = isCancellation(*outcome.failure) ? ActionStatus::cancelled()
+                                                                : ActionStatus::error("Fehler aufgetreten");
         addLog(LogEntryType::error, std::string(texts.failurePrefix) + outcome.failure->what());
     } else if (outcome.closingWarning) {
         statusOf(actionType) = ActionStatus::successWithNote(Clock::now(), *outcome.closingWarning);

@@ -1,5 +1,7 @@
 #include "base/log_entry.h"
 
+#include "base/language.h"
+
 #include <gtest/gtest.h>
 
 namespace tidyreel {
@@ -47,6 +49,11 @@ TEST(ActionStatusText, EachCaseHasItsSymbolAndLine) {
     EXPECT_EQ(statusText(noted, now), "zuletzt: vor 1 Std");
     EXPECT_EQ(statusText(ActionStatus::error("Fehler aufgetreten"), now), "Fehler aufgetreten");
     EXPECT_EQ(statusSymbol(ActionStatus::error("x")), "exclamationmark.triangle.fill");
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Abgebrochen");
+    EXPECT_EQ(statusSymbol(ActionStatus::cancelled()), "xmark.circle.fill");
+    setPreferredLanguages({"en"});
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Cancelled");
+    setPreferredLanguages({});
 }
 
 TEST(CopyLog, OneLinePerEntryWithLocalTimeSymbolAndMessage) {

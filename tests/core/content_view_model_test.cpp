@@ -410,7 +410,9 @@ TEST_F(CoreTest, CancelStopsTheRunningToolAndRemovesTheNewBundle) {
     EXPECT_TRUE(controller.cancelRun());
     test::waitWhileProcessing(controller);
     EXPECT_EQ(messagesOf(controller.logEntries()).back(), "Trim & Archivierung fehlgeschlagen: Abgebrochen");
-    EXPECT_EQ(controller.archivingStatus(), ActionStatus::error("Fehler aufgetreten"));
+    EXPECT_EQ(controller.archivingStatus(), ActionStatus::cancelled());
+    ASSERT_TRUE(controller.lastRunError());
+    EXPECT_TRUE(test::isError(*controller.lastRunError(), "Processing", 6, "Abgebrochen"));
     EXPECT_NE(kill(std::stoi(test::readTextFile(folder / "ffmpeg.pid")), 0), 0) << "ffmpeg is gone";
     EXPECT_TRUE(test::filesIn(folder / "out").empty());
     EXPECT_EQ(test::readTextFile(folder / "Karte" / "A.mov"), "stands in for a video");

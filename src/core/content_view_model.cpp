@@ -313,11 +313,10 @@ void ContentViewModel::start(ExportActionType actionType) {
         return;
     }
     if (actionType == ExportActionType::archiving) {
-        const WritePermission permission = testWritePermission(outputDirectory_);
-        if (!permission.ok) {
-            permissionAlertMessage_ =
-                permission.message.value_or(localized("Unbekannter Fehler", "Unknown error"));
+        if (std::optional<Error> refusal = writePermissionFailure(outputDirectory_)) {
+            permissionAlertMessage_ = refusal->what();
             showPermissionAlert_ = true;
+            lastRunError_ = std::move(refusal);
             addLog(LogEntryType::error, permissionAlertMessage_);
             notifyChanged();
             return;

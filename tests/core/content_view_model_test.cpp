@@ -283,6 +283,8 @@ TEST_F(ControllerRuns, ArchivingWithoutAWritableOutputFolderShowsTheAlertAndRuns
     EXPECT_EQ(controller.logEntries().back().type, LogEntryType::error);
     EXPECT_THAT(messagesOf(controller.logEntries()), Not(Contains("Trim & Archivierung gestartet")));
     EXPECT_EQ(controller.archivingStatus(), ActionStatus::notExecuted());
+    ASSERT_TRUE(controller.lastRunError()) << "the refusal is kept like a run's failure";
+    EXPECT_TRUE(test::isError(*controller.lastRunError(), "Processing", 1, "Kein Zielordner ausgewählt"));
 
     setPreferredLanguages({"en"});
     std::filesystem::create_directory(output());
@@ -291,6 +293,8 @@ TEST_F(ControllerRuns, ArchivingWithoutAWritableOutputFolderShowsTheAlertAndRuns
     controller.startArchiving();
     EXPECT_EQ(controller.permissionAlertMessage(),
               "Cannot write to selected output directory. Please choose another folder.");
+    EXPECT_TRUE(test::isError(*controller.lastRunError(), "FileSystem", ENOENT,
+                              "Cannot write to selected output directory. Please choose another folder."));
     EXPECT_FALSE(std::filesystem::exists(output()));
 }
 

@@ -71,7 +71,7 @@ void failUnlessEverySourceIsInTheBundle(const ArchivePlanning& planning, const s
     }
     if (!lost.empty()) {
         throw Error(
-            "Processing", 1,
+            ProcessingError::domain, ProcessingError::incompleteArchive,
             fmt::format("{}: {}", localized("Nicht ins Archiv übernommen", "Not put into the archive"),
                         fmt::join(lost, ", ")));
     }

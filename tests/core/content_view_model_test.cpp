@@ -51,6 +51,8 @@ TEST_F(ControllerSettings, ARunTakesEverySettingOnceWithTheEnvironmentBeforeTheS
     SettingsStore::setString("ffprobePath", "/stored/ffprobe");
     const test::ScopedEnvironment ffmpeg("TIDYREEL_FFMPEG", "/env/ffmpeg");
     const test::ScopedEnvironment ffprobe("TIDYREEL_FFPROBE", "");
+    const test::ScopedEnvironment probeLimit("TIDYREEL_FFPROBE_TIME_LIMIT", "2.5");
+    const test::ScopedEnvironment silenceLimit("TIDYREEL_FFMPEG_SILENCE_LIMIT", "-3");
     ContentViewModel controller(RunMode::blocking);
     controller.setBuffer(7.0);
     controller.setIncludedRoles({"A", "B"});
@@ -62,6 +64,9 @@ TEST_F(ControllerSettings, ARunTakesEverySettingOnceWithTheEnvironmentBeforeTheS
     EXPECT_EQ(taken.encoder, "hevc_videotoolbox");
     EXPECT_EQ(taken.tools.ffmpeg, "/env/ffmpeg");
     EXPECT_EQ(taken.tools.ffprobe, "/stored/ffprobe");
+    EXPECT_EQ(taken.toolLimits.ffprobeTime, std::chrono::milliseconds(2500));
+    EXPECT_EQ(taken.toolLimits.ffmpegSilence, std::chrono::seconds(120))
+        << "an unusable limit keeps the default";
     EXPECT_EQ(taken.buffer, 7.0);
     EXPECT_EQ(taken.minSegment, 20.0);
     EXPECT_EQ(taken.includedRoles, (std::set<std::string>{"A", "B"}));

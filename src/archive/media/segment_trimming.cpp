@@ -96,7 +96,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.settings.tools);
+            const Rational measured = FFProbe::probeDuration(pieces[i], probeSetupOf(job.context));
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -155,7 +155,7 @@ std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outp
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source, job.context.settings.tools)),
+                            FFProbe::hasAudioStream(job.source, probeSetupOf(job.context))),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -236,13 +236,13 @@ std::string pathSafeID(const std::string& assetID) {
 
 // A cut counts once its file is there, decodes, and is not shorter than planned (a stopped encode
 // leaves a short file that still decodes).
-void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ToolPaths& tools) {
+void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ProbeSetup& probe) {
     std::error_code status;
     if (std::filesystem::file_size(file, status) == 0 || status) {
         throw Error(TrimError::domain, TrimError::emptyFile,
                     localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
     }
-    const Rational measured = FFProbe::probeDuration(file, tools);
+    const Rational measured = FFProbe::probeDuration(file, probe);
     if (measured < planned - kShortCutTolerance) {
         throw Error(
             TrimError::domain, TrimError::tooShort,
@@ -304,9 +304,9 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.settings.tools));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
         std::vector<Rational> drifts = cut(job, outputs);
-        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.settings.tools);
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), probeSetupOf(context));
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});

@@ -44,10 +44,11 @@ std::vector<XmlElement> sourceElements(XmlElement asset) {
 }
 
 // The problem of a file that ffmpeg cannot decode to its end, if any.
-std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ToolPaths& tools) {
+std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ProbeSetup& probe) {
     bool complained = false;
     ProcessRequest request;
-    request.executable = locateFFmpeg(tools);
+    request.executable = locateFFmpeg(probe.tools);
+    request.stopToken = probe.stopToken;
     request.arguments = {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"};
     request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
     const ProcessResult result = runProcess(request);
@@ -66,9 +67,9 @@ Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
 
 class BundleCheck {
 public:
-    BundleCheck(std::filesystem::path bundle, ToolPaths tools, bool acceptMissingSources)
+    BundleCheck(std::filesystem::path bundle, ProbeSetup probe, bool acceptMissingSources)
         : bundle_(std::filesystem::weakly_canonical(std::move(bundle))),
-          tools_(std::move(tools)),
+          probe_(std::move(probe)),
           acceptMissingSources_(acceptMissingSources) {}
 
     std::vector<std::string> run() {
@@ -117,7 +118,7 @@ private:
     void checkMedia(XmlElement asset, const std::filesystem::path& file, const ResourceIndex& resources) {
         if (file.stem().string().find("_trimmed") != std::string::npos &&
             checkedDecoding_.insert(file).second) {
-            if (const std::optional<std::string> problem = decodingProblem(file, tools_)) {
+            if (const std::optional<std::string> problem = decodingProblem(file, probe_)) {
                 problems_.push_back(*problem);
             }
         }
@@ -127,12 +128,14 @@ private:
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {
-            const Rational real = FFProbe::probeDuration(file, tools_);
+            const Rational real = FFProbe::probeDuration(file, probe_);
             if (real + tolerance(asset, resources) < declared) {
                 problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
                                                 localized("ist nur", "is only"), real.toFCPXML(),
                                                 localized("angegeben", "declared"), declared.toFCPXML()));
             }
+        } catch (const RunCancelled&) {
+            throw;
         } catch (const std::exception& error) {
             problems_.push_back(fmt::format("Asset {}: {} {} ({})", id, file.filename().string(),
                                             localized("Länge nicht lesbar", "length unreadable"),
@@ -161,7 +164,7 @@ private:
     }
 
     std::filesystem::path bundle_;
-    ToolPaths tools_;
+    ProbeSetup probe_;
     std::vector<std::string> problems_;
     bool acceptMissingSources_;
     std::set<std::filesystem::path> checkedDecoding_;
@@ -169,15 +172,15 @@ private:
 
 }  // namespace
 
-std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools,
+std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ProbeSetup& probe,
                                              bool acceptMissingSources) {
-    return BundleCheck(bundle, tools, acceptMissingSources).run();
+    return BundleCheck(bundle, probe, acceptMissingSources).run();
 }
 
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
     const std::vector<std::string> problems =
-        verifyArchiveBundle(archiveBundleURL(context), context.settings.tools, context.settings.allowOffline);
+        verifyArchiveBundle(archiveBundleURL(context), probeSetupOf(context), context.settings.allowOffline);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

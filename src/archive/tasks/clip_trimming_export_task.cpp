@@ -114,7 +114,7 @@ void ClipTrimmingExportTask::execute(ArchiveExportContext& context) const {
         if (!trimmed.empty()) {
             context.log(LogEntryType::info, "Aktualisiere FCPXML-Zeitattribute (ffprobe)...");
             rewriteTiming(trimmed, *context.xmlDocument, context, [&](const std::filesystem::path& file) {
-                return FFProbe::probeDuration(file, context.settings.tools);
+                return FFProbe::probeDuration(file, probeSetupOf(context));
             });
         }
     }

@@ -119,7 +119,7 @@ TEST_F(ToolRunner, ProgressSplitAcrossReadsIsStillHeard) {
 }
 
 TEST_F(ToolRunner, AStalledFFmpegIsStoppedAsFailed) {
-    const ScopedEnvironment shortLimit("TIDYREEL_FFMPEG_SILENCE_LIMIT", "0.5");
+    context.settings.toolLimits.ffmpegSilence = std::chrono::milliseconds(500);
     standInFFmpeg("echo 'reading input' >&2\nexec sleep 60");
     const Error error = failure();
     EXPECT_EQ(error.domain(), "ffmpeg");

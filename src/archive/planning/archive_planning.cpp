@@ -79,7 +79,11 @@ SourceState sourceStateOf(const std::filesystem::path& path) {
     if (!std::filesystem::exists(path, status)) {
         return SourceState::missing;
     }
-    if (!std::filesystem::is_regular_file(path, status) || !std::ifstream(path, std::ios::binary)) {
+    // Never opened unless it is a regular file: opening a FIFO waits for a writer that may never come.
+    if (!std::filesystem::is_regular_file(path, status)) {
+        return SourceState::notRegularFile;
+    }
+    if (!std::ifstream(path, std::ios::binary)) {
         return SourceState::unreadable;
     }
     return SourceState::available;

@@ -57,9 +57,10 @@ enum class SkipReason {
 
 /// Whether an asset's source file can be read, as the run would need it.
 enum class SourceState {
-    available,   ///< a readable file
-    missing,     ///< nothing at the path (offline media)
-    unreadable,  ///< present but cannot be opened, or not a regular file
+    available,       ///< a readable file
+    missing,         ///< nothing at the path (offline media)
+    unreadable,      ///< a regular file that cannot be opened
+    notRegularFile,  ///< a folder, device or FIFO: a tool would hang on it or never finish
 };
 
 /// The planning outcome of one asset, with the figures the plan table shows.

@@ -3,6 +3,7 @@
 #include "archive/media/archive_bundle.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
+#include "archive/planning/archive_planning.h"
 #include "archive/planning/clip_usage_analysis.h"
 #include "base/error.h"
 #include "base/error_codes.h"
@@ -98,9 +99,9 @@ private:
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {
-                // A source the editor chose to archive without stays where it was; one that exists
-                // there should have been copied.
-                if (acceptMissingSources_ && !std::filesystem::exists(file)) {
+                // A source the editor chose to archive without (missing, unreadable, or no regular
+                // file) stays where it was; one that can be read there should have been copied.
+                if (acceptMissingSources_ && sourceStateOf(file) != SourceState::available) {
                     continue;
                 }
                 problems_.push_back(

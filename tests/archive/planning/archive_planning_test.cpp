@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace tidyreel {
 namespace {
 
@@ -96,6 +98,24 @@ TEST_F(ArchivePlanningRun, PlanTableShowsDecisionsAndTotals) {
     EXPECT_THAT(rows[3], HasSubstr("copy whole: not used in the timeline"));
     EXPECT_THAT(rows[4], HasSubstr("52.3% saved"));
     EXPECT_THAT(rows[4], HasSubstr("13.000       73.000       80.000"));
+}
+
+// Only a regular file (or a link to one) is a source; anything else is never opened, since opening a
+// FIFO waits for a writer.
+TEST(SourceStates, FoldersDevicesAndFIFOsAreNoRegularFilesAndAreNeverOpened) {
+    test::TempFolder folder;
+    test::writeTextFile(folder / "clip.mov", "media");
+    std::filesystem::create_symlink(folder / "clip.mov", folder / "link.mov");
+    ASSERT_EQ(mkfifo((folder / "pipe.mov").c_str(), 0600), 0);
+    EXPECT_EQ(sourceStateOf(folder / "clip.mov"), SourceState::available);
+    EXPECT_EQ(sourceStateOf(folder / "link.mov"), SourceState::available);
+    EXPECT_EQ(sourceStateOf(folder / "gone.mov"), SourceState::missing);
+    EXPECT_EQ(sourceStateOf(folder / "pipe.mov"), SourceState::notRegularFile);
+    EXPECT_EQ(sourceStateOf(folder.path()), SourceState::notRegularFile);
+    EXPECT_EQ(sourceStateOf("/dev/zero"), SourceState::notRegularFile);
+    setPreferredLanguages({"en"});
+    EXPECT_EQ(sourceStateText(SourceState::notRegularFile), "not a regular file (folder, device or FIFO)");
+    setPreferredLanguages({});
 }
 
 }  // namespace

@@ -139,6 +139,7 @@ TEST_F(HostileInput, NoRunReplacesAnEarlierResultOrAnotherProjectsArchive) {
     writeTextFile(folder / "b" / "Ton.wav", "sound B");
     const std::filesystem::path first = soundProject(folder / "a" / "Ton.fcpxml", folder / "a" / "Ton.wav");
     const std::filesystem::path second = soundProject(folder / "b" / "Ton.fcpxml", folder / "b" / "Ton.wav");
+    const UnchangedSources sources({folder / "a" / "Ton.wav", folder / "b" / "Ton.wav", first, second});
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", second.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
@@ -163,13 +164,13 @@ TEST_F(HostileInput, ASourceNameThatIsNotUTF8IsArchivedUnderAUTF8Name) {
     const std::filesystem::path sound = folder / "T\xff\xfen.wav";
     writeTextFile(sound, "sound");
     const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", sound);
+    const UnchangedSources sources({sound, project});
     const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string()}, user);
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
     const std::filesystem::path bundle = output / "archiv_Ton.fcpxmld";
     EXPECT_EQ(readTextFile(bundle / "Media" / "T__n.wav"), "sound");
     EXPECT_EQ(XmlDocument::load(bundle / "Info.fcpxml")->first("//media-rep").attribute("src"),
               "./Media/T__n.wav");
-    EXPECT_EQ(readTextFile(sound), "sound");
 }
 
 TEST_F(HostileInput, AFIFOAsASourceIsOfflineWithAClearLineAndNeverRead) {

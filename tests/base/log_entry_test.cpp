@@ -49,6 +49,7 @@ TEST(ActionStatusText, EachCaseHasItsSymbolAndLine) {
     EXPECT_EQ(statusText(noted, now), "zuletzt: vor 1 Std");
     EXPECT_EQ(statusText(ActionStatus::error("Fehler aufgetreten"), now), "Fehler aufgetreten");
     EXPECT_EQ(statusSymbol(ActionStatus::error("x")), "exclamationmark.triangle.fill");
+    setPreferredLanguages({"de"});
     EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Abgebrochen");
     EXPECT_EQ(statusSymbol(ActionStatus::cancelled()), "xmark.circle.fill");
     setPreferredLanguages({"en"});

@@ -100,10 +100,12 @@ TEST(ProResRule, NeedsAllFourFacts) {
 
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     test::TempFolder folder;
-    const ProbeSetup probe{{"", test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1")}};
+    ProbeSetup probe;
+    probe.tools.ffprobe = test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1");
     EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov", probe); }),
               "ffprobe failed (status 1): No such file");
-    const ProbeSetup badBytes{{"", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1")}};
+    ProbeSetup badBytes;
+    badBytes.tools.ffprobe = test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1");
     EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov", badBytes); }),
               "ffprobe failed (status 1): ?");
 }
@@ -133,7 +135,7 @@ TEST(ProbeRun, AHangingProbeEndsOnTheRunsStopRequestAndAtItsTimeLimit) {
         EXPECT_NE(kill(std::stoi(test::readTextFile(pidFile)), 0), 0) << "the stopped ffprobe is gone";
     }
     EXPECT_EQ(probeFailure([&] {
-                  probeDuration(folder / "x.mov", {{"", ffprobe}, std::chrono::seconds(1)});
+                  probeDuration(folder / "x.mov", {{"", ffprobe}, std::chrono::seconds(1), {}});
               }),
               "ffprobe stopped after 1 s");
 }

@@ -163,7 +163,7 @@ const fs::path& longFile() {
 void cutThreeSeconds(benchmark::State& state) {
     tidyreel::ExportContext context;
     const tidyreel::Rational start(state.range(0));
-    const std::vector<tidyreel::Segment> segment{{start, start + 3}};
+    const std::vector<tidyreel::HalfOpenRange> segment{{start, start + 3}};
     const fs::path& source = longFile();
     for (auto _ : state) {
         tidyreel::runFFmpeg(tidyreel::x265Arguments(source, workFolder() / "cut.mov", segment,

@@ -1,5 +1,6 @@
 #include "base/log_entry.h"
 
+#include "base/language.h"
 #include "base/raw_value_table.h"
 #include "base/uuid.h"
 
@@ -53,12 +54,12 @@ std::string progressCaption(const ProcessingProgress& progress) {
 }
 
 std::string statusSymbol(const ActionStatus& status) {
-    return std::visit(
-        Overloaded{[](const ActionStatus::NotExecuted&) { return "minus.circle"; },
-                   [](const ActionStatus::Success&) { return "checkmark.circle.fill"; },
-                   [](const ActionStatus::SuccessWithNote&) { return "checkmark.circle.fill"; },
-                   [](const ActionStatus::Failure&) { return "exclamationmark.triangle.fill"; }},
-        status.value);
+    return std::visit(Overloaded{[](const ActionStatus::NotExecuted&) { return "minus.circle"; },
+                                 [](const ActionStatus::Success&) { return "checkmark.circle.fill"; },
+                                 [](const ActionStatus::SuccessWithNote&) { return "checkmark.circle.fill"; },
+                                 [](const ActionStatus::Failure&) { return "exclamationmark.triangle.fill"; },
+                                 [](const ActionStatus::Cancelled&) { return "xmark.circle.fill"; }},
+                      status.value);
 }
 
 std::string statusText(const ActionStatus& status, TimePoint now) {
@@ -67,7 +68,8 @@ std::string statusText(const ActionStatus& status, TimePoint now) {
             [](const ActionStatus::NotExecuted&) { return std::string("noch nicht ausgeführt"); },
             [&](const ActionStatus::Success& s) { return "zuletzt: " + relativeTime(s.at, now); },
             [&](const ActionStatus::SuccessWithNote& s) { return "zuletzt: " + relativeTime(s.at, now); },
-            [](const ActionStatus::Failure& f) { return f.message; }},
+            [](const ActionStatus::Failure& f) { return f.message; },
+            [](const ActionStatus::Cancelled&) { return localized("Abgebrochen", "Cancelled"); }},
         status.value);
 }
 

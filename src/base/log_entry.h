@@ -87,8 +87,12 @@ struct ActionStatus {
         std::string message;
         bool operator==(const Failure&) const = default;
     };
+    /// Stopped on request (Ctrl-C, SIGTERM, Cancel, quitting): no failure of the workflow.
+    struct Cancelled {
+        bool operator==(const Cancelled&) const = default;
+    };
 
-    std::variant<NotExecuted, Success, SuccessWithNote, Failure> value;
+    std::variant<NotExecuted, Success, SuccessWithNote, Failure, Cancelled> value;
 
     static ActionStatus notExecuted() { return {NotExecuted{}}; }
     static ActionStatus success(TimePoint at) { return {Success{at}}; }
@@ -96,6 +100,7 @@ struct ActionStatus {
         return {SuccessWithNote{at, std::move(note)}};
     }
     static ActionStatus error(std::string message) { return {Failure{std::move(message)}}; }
+    static ActionStatus cancelled() { return {Cancelled{}}; }
 
     bool operator==(const ActionStatus&) const = default;
 };

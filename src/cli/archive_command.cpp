@@ -139,7 +139,7 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
             return;
         }
         controller.startArchiving();
-        exitStatus = CliSession::exitStatusOf(controller.archivingStatus());
+        exitStatus = session.runExitStatus();
         if (exitStatus == exitSuccess && controller.lastArchiveReport()) {
             std::cout << archiveReportLine(*controller.lastArchiveReport()) << std::endl;
         }

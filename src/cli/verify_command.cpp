@@ -22,8 +22,9 @@ void registerVerifyCommand(CLI::App& app, int& exitStatus) {
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);
+        const RunSettings settings = session.controller().runSettings();
         const std::vector<std::string> problems =
-            verifyArchiveBundle(options->bundle, session.controller().runSettings().tools);
+            verifyArchiveBundle(options->bundle, {settings.tools, settings.toolLimits.ffprobeTime, {}});
         for (const std::string& problem : problems) {
             std::cout << "✗ " << problem << '\n';
         }

@@ -63,7 +63,7 @@ std::string ExportContext::outputFileName(TimePoint now) const {
 }
 
 std::filesystem::path ExportContext::fcpxmlOutputURL(TimePoint now) const {
-    const std::filesystem::path output = outputDirectory / outputFileName(now);
+    const std::filesystem::path output = settings.outputDirectory / outputFileName(now);
     if (lowercased(fileNameExtension(originalFileName)) == "fcpxmld") {
         return output / "Info.fcpxml";
     }

@@ -1,5 +1,7 @@
 #include "base/log_entry.h"
 
+#include "base/language.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -49,6 +51,12 @@ TEST(ActionStatusText, EachCaseHasItsSymbolAndLine) {
     EXPECT_EQ(statusText(noted, now), "zuletzt: vor 1 Std");
     EXPECT_EQ(statusText(ActionStatus::error("Fehler aufgetreten"), now), "Fehler aufgetreten");
     EXPECT_EQ(statusSymbol(ActionStatus::error("x")), "exclamationmark.triangle.fill");
+    setPreferredLanguages({"de"});
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Abgebrochen");
+    EXPECT_EQ(statusSymbol(ActionStatus::cancelled()), "xmark.circle.fill");
+    setPreferredLanguages({"en"});
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Cancelled");
+    setPreferredLanguages({});
 }
 
 // The trim phase counts its steps from 0: step 1 of 4 half done is three eighths of the whole.

@@ -2,6 +2,8 @@
 
 #include "test_support.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <functional>
 #include <numeric>
@@ -61,6 +63,19 @@ std::string videoStreamEntry(const std::filesystem::path& file, const std::strin
 
 std::size_t fileChecksum(const std::filesystem::path& file) {
     return std::hash<std::string>{}(readTextFile(file));
+}
+
+UnchangedSources::UnchangedSources(const std::vector<std::filesystem::path>& sources) {
+    for (const std::filesystem::path& source : sources) {
+        EXPECT_TRUE(std::filesystem::is_regular_file(source)) << source;
+        checksums_[source] = fileChecksum(source);
+    }
+}
+
+UnchangedSources::~UnchangedSources() {
+    for (const auto& [source, checksum] : checksums_) {
+        EXPECT_EQ(fileChecksum(source), checksum) << "a source was changed: " << source;
+    }
 }
 
 }  // namespace tidyreel::test

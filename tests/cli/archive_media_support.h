@@ -1,7 +1,9 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
+#include <vector>
 
 namespace tidyreel::test {
 
@@ -22,5 +24,22 @@ std::string videoStreamEntry(const std::filesystem::path& file, const std::strin
 
 /// A fingerprint of a file's bytes.
 std::size_t fileChecksum(const std::filesystem::path& file);
+
+/// The sources an end-to-end test hands the binary, checksummed when named here. Tidyreel reads its
+/// sources and never writes them: when the guard goes out of scope at the end of the test, every source
+/// must still hold the bytes it had (a test failure names each one that changed).
+class UnchangedSources {
+public:
+    explicit UnchangedSources(const std::vector<std::filesystem::path>& sources);
+    ~UnchangedSources();
+    UnchangedSources(const UnchangedSources&) = delete;
+    UnchangedSources& operator=(const UnchangedSources&) = delete;
+
+    /// The checksum `source` had when it was named.
+    std::size_t checksumOf(const std::filesystem::path& source) const { return checksums_.at(source); }
+
+private:
+    std::map<std::filesystem::path, std::size_t> checksums_;
+};
 
 }  // namespace tidyreel::test

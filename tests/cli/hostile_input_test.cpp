@@ -10,7 +10,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <thread>
@@ -18,6 +20,7 @@
 namespace tidyreel::test {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -136,6 +139,7 @@ TEST_F(HostileInput, NoRunReplacesAnEarlierResultOrAnotherProjectsArchive) {
     writeTextFile(folder / "b" / "Ton.wav", "sound B");
     const std::filesystem::path first = soundProject(folder / "a" / "Ton.fcpxml", folder / "a" / "Ton.wav");
     const std::filesystem::path second = soundProject(folder / "b" / "Ton.fcpxml", folder / "b" / "Ton.wav");
+    const UnchangedSources sources({folder / "a" / "Ton.wav", folder / "b" / "Ton.wav", first, second});
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", second.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
@@ -160,13 +164,44 @@ TEST_F(HostileInput, ASourceNameThatIsNotUTF8IsArchivedUnderAUTF8Name) {
     const std::filesystem::path sound = folder / "T\xff\xfen.wav";
     writeTextFile(sound, "sound");
     const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", sound);
+    const UnchangedSources sources({sound, project});
     const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string()}, user);
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
     const std::filesystem::path bundle = output / "archiv_Ton.fcpxmld";
     EXPECT_EQ(readTextFile(bundle / "Media" / "T__n.wav"), "sound");
     EXPECT_EQ(XmlDocument::load(bundle / "Info.fcpxml")->first("//media-rep").attribute("src"),
               "./Media/T__n.wav");
-    EXPECT_EQ(readTextFile(sound), "sound");
+}
+
+TEST_F(HostileInput, AFIFOAsASourceIsOfflineWithAClearLineAndNeverRead) {
+    const std::filesystem::path fifo = folder / "Ton.wav";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", fifo);
+    // Whoever opens the FIFO to read would wait for a writer for ever: it is let go at once and noted.
+    bool opened = false;
+    const auto releaseReaders = [&] {
+        if (const int writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK); writer >= 0) {
+            opened = true;
+            close(writer);
+        }
+    };
+    const std::vector<std::string> arguments{"archive",       project.string(), "-o",
+                                             output.string(), "--lang",         "en"};
+    const CommandResult refused = runTidyreel(arguments, user, releaseReaders);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(logMessages(refused.standardOutput),
+                Contains(AllOf(HasSubstr("✗ Quelle not a regular file (folder, device or FIFO) (r1)"),
+                               HasSubstr(fifo.string()))));
+
+    std::vector<std::string> offline = arguments;
+    offline.push_back("--allow-offline");
+    const CommandResult archived = runTidyreel(offline, user, releaseReaders);
+    EXPECT_EQ(archived.exitStatus, 0) << archived.standardOutput;
+    EXPECT_THAT(logMessages(archived.standardOutput),
+                Contains(AllOf(::testing::StartsWith("⚠️"),
+                               HasSubstr("Quelle not a regular file (folder, device or FIFO) (r1)"))));
+    EXPECT_FALSE(std::filesystem::exists(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"));
+    EXPECT_FALSE(opened) << "the FIFO was opened";
 }
 
 }  // namespace

@@ -55,7 +55,8 @@ std::filesystem::path archiveBundleURL(const ArchiveExportContext& context) {
     if (!context.bundleURL.empty()) {
         return context.bundleURL;
     }
-    return context.outputDirectory / ("archiv_" + sanitisedProjectName(context.projectName) + ".fcpxmld");
+    return context.settings.outputDirectory /
+           ("archiv_" + sanitisedProjectName(context.projectName) + ".fcpxmld");
 }
 
 std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
@@ -64,7 +65,7 @@ std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
     std::error_code status;
     for (int number = 1;; ++number) {
         const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
-        const std::filesystem::path bundle = context.outputDirectory / (numbered + ".fcpxmld");
+        const std::filesystem::path bundle = context.settings.outputDirectory / (numbered + ".fcpxmld");
         const bool holdsSource = std::filesystem::equivalent(bundle, context.sourceURL.parent_path(), status);
         if (!std::filesystem::exists(std::filesystem::symlink_status(bundle, status))) {
             return bundle;

@@ -18,14 +18,14 @@ void append(std::vector<std::string>& arguments, std::vector<std::string> more) 
 
 // The part of a segment read before its first kept frame: half a frame, so that rounding in the
 // printed seek time can neither drop the first frame nor take the one before it.
-Rational leadIn(const Segment& segment, const std::optional<Rational>& frameDuration) {
+Rational leadIn(const HalfOpenRange& segment, const std::optional<Rational>& frameDuration) {
     if (!frameDuration) {
         return Rational::zero();
     }
     return std::min(*frameDuration / 2, std::max(segment.start, Rational::zero()));
 }
 
-std::string segmentFilters(std::size_t index, const Segment& segment,
+std::string segmentFilters(std::size_t index, const HalfOpenRange& segment,
                            const std::optional<Rational>& frameDuration, bool withAudio) {
     const Rational lead = leadIn(segment, frameDuration);
     const std::string videoCut = frameDuration
@@ -154,13 +154,13 @@ std::vector<std::string> concatArguments(const std::filesystem::path& output) {
 
 std::vector<std::string> x265Arguments(const std::filesystem::path& input,
                                        const std::filesystem::path& output,
-                                       const std::vector<Segment>& segments,
+                                       const std::vector<HalfOpenRange>& segments,
                                        const std::optional<Rational>& frameDuration, bool withAudio) {
     std::vector<std::string> arguments{"-nostdin"};
     std::string filters;
     std::string joined;
     for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Segment& segment = segments[i];
+        const HalfOpenRange& segment = segments[i];
         const Rational lead = leadIn(segment, frameDuration);
         // Reading stops one frame after the segment; the trim filters decide exactly what is kept.
         const Rational readLength = segment.length() + lead + frameDuration.value_or(Rational::zero());
@@ -186,7 +186,7 @@ std::vector<std::string> x265Arguments(const std::filesystem::path& input,
     return arguments;
 }
 
-std::int64_t framesIn(const Segment& segment, Rational frameDuration) {
+std::int64_t framesIn(const HalfOpenRange& segment, Rational frameDuration) {
     return static_cast<std::int64_t>(std::llround((segment.length() / frameDuration).doubleValue()));
 }
 

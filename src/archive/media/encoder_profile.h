@@ -53,10 +53,10 @@ std::vector<std::string> concatArguments(const std::filesystem::path& output);
 /// is cut to the same times and encoded once, so no priming gap sits between the pieces.
 std::vector<std::string> x265Arguments(const std::filesystem::path& input,
                                        const std::filesystem::path& output,
-                                       const std::vector<Segment>& segments,
+                                       const std::vector<HalfOpenRange>& segments,
                                        const std::optional<Rational>& frameDuration, bool withAudio);
 
 /// The number of frames of `frameDuration` in a segment: its length on the frame grid, rounded.
-std::int64_t framesIn(const Segment& segment, Rational frameDuration);
+std::int64_t framesIn(const HalfOpenRange& segment, Rational frameDuration);
 
 }  // namespace tidyreel

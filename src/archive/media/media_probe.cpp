@@ -23,13 +23,14 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
 }
 
 // Runs ffprobe and returns its standard output.
-std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools) {
+std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup& setup) {
     ProcessRequest request;
-    request.executable = locateFFprobe(tools);
+    request.executable = locateFFprobe(setup.tools);
     request.arguments = arguments;
     request.captureStandardOutput = true;
+    request.stopToken = setup.stopToken;
     // A source that never ends (a device, a stalled network share) must not hold the run forever.
-    request.timeLimit = ffprobeTimeLimit();
+    request.timeLimit = setup.timeLimit;
     const ProcessResult result = runProcess(request);
     if (result.ending == ProcessResult::Ending::timeLimit) {
         throw ProbeError(
@@ -118,6 +119,10 @@ std::string textOr(const json& object, const char* key, const std::string& fallb
 
 }  // namespace
 
+ProbeSetup probeSetupOf(const ExportContext& context) {
+    return {context.settings.tools, context.settings.toolLimits.ffprobeTime, context.stopToken};
+}
+
 namespace FFProbe {
 
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file) {
@@ -128,18 +133,20 @@ std::vector<std::string> durationProbeArguments(const std::filesystem::path& fil
     return probeArguments("stream=time_base,duration_ts:format=duration", file);
 }
 
-ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools) {
-    return parseCodecProbe(runProbe(codecProbeArguments(file), tools));
+ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseCodecProbe(runProbe(codecProbeArguments(file), setup));
 }
 
-Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools) {
-    return parseDurationProbe(runProbe(durationProbeArguments(file), tools));
+Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseDurationProbe(runProbe(durationProbeArguments(file), setup));
 }
 
-bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools) {
+bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0"), tools)))
+        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0"), setup)))
             .has_value();
+    } catch (const RunCancelled&) {
+        throw;
     } catch (const Error&) {
         return false;
     }

@@ -23,7 +23,7 @@ namespace {
 // How much shorter than planned a cut may come out: frame snapping and rounding, never a lost second.
 const Rational kShortCutTolerance(1, 2);
 
-std::string gotLine(const char* function, const Segment& segment) {
+std::string gotLine(const char* function, const HalfOpenRange& segment) {
     return fmt::format("       {} got: {}..{}", function, shortestDecimal(segment.start.doubleValue()),
                        shortestDecimal(segment.end.doubleValue()));
 }
@@ -58,7 +58,7 @@ struct TrimJob {
 };
 
 // The cut of one segment as the profile makes it: stream copy, or VideoToolbox re-encoding.
-std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& segment,
+std::vector<std::string> singleCutArguments(const TrimJob& job, const HalfOpenRange& segment,
                                             const std::filesystem::path& output) {
     const double start = segment.start.doubleValue();
     const double duration = segment.length().doubleValue();
@@ -76,7 +76,7 @@ std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& s
 
 // `secondsBefore`: how much of the asset's planned length the pieces cut before this one hold, so that
 // the progress of one piece continues where the last one ended.
-void cutSegment(const TrimJob& job, const Segment& segment, const std::filesystem::path& output,
+void cutSegment(const TrimJob& job, const HalfOpenRange& segment, const std::filesystem::path& output,
                 const std::string& label, double secondsBefore = 0) {
     if (job.streamCopy) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegmentStreamCopy", segment));
@@ -88,7 +88,7 @@ void cutSegment(const TrimJob& job, const Segment& segment, const std::filesyste
 }
 
 std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::filesystem::path>& pieces) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     if (job.streamCopy) {
         job.context.log(
             LogEntryType::info,
@@ -99,7 +99,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
+            const Rational measured = FFProbe::probeDuration(pieces[i], probeSetupOf(job.context));
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -126,7 +126,7 @@ void writeConcatList(const std::filesystem::path& folder, const std::vector<std:
 
 // One run per segment into a temporary folder, then the concat demuxer joins the pieces.
 std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     outputs.segmentFolder = makeSegmentDirectory(job.plan.assetID);
     std::vector<std::filesystem::path> pieces;
     Rational secondsBefore = Rational::zero();
@@ -154,14 +154,14 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
 // All segments in one libx265 run. Each piece keeps exactly its frames, so its length is known without
 // measuring: the drift is what the frame count adds to the planned length.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
-    for (const Segment& segment : segments) {
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    for (const HalfOpenRange& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
     }
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
     runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source, job.context.tools)),
+                            FFProbe::hasAudioStream(job.source, probeSetupOf(job.context))),
               label, std::nullopt, job.context, job.progress);
     std::vector<Rational> drifts;
     if (segments.size() < 2) {
@@ -242,13 +242,13 @@ std::string pathSafeID(const std::string& assetID) {
 
 // A cut counts once its file is there, decodes, and is not shorter than planned (a stopped encode
 // leaves a short file that still decodes).
-void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ToolPaths& tools) {
+void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ProbeSetup& probe) {
     std::error_code status;
     if (std::filesystem::file_size(file, status) == 0 || status) {
         throw Error(TrimError::domain, TrimError::emptyFile,
                     localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
     }
-    const Rational measured = FFProbe::probeDuration(file, tools);
+    const Rational measured = FFProbe::probeDuration(file, probe);
     if (measured < planned - kShortCutTolerance) {
         throw Error(
             TrimError::domain, TrimError::tooShort,
@@ -309,16 +309,16 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
         source,
         fileNameExtension(source.filename().string()),
         false,
-        selectedEncoderProfile(context.encoder),
+        selectedEncoderProfile(context.settings.encoder),
         [&context, step = trimProgress(plan, progressStep, progressSteps), total](double seconds) mutable {
             step.stepFraction = seconds / total;
             context.reportProgress(step);
         }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
+        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
         std::vector<Rational> drifts = cut(job, outputs);
-        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), probeSetupOf(context));
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(plan.assetID,
                                              Registration{"./Media/" + name, plan.originalSrc, true});

@@ -47,7 +47,7 @@ Rational probedOrNominalDuration(const TrimmedAsset& asset, const ExportContext&
 std::vector<Rational> driftsOf(const TrimmedAsset& asset, Rational newDuration,
                                const ExportContext& context) {
     const std::string& id = asset.plan.assetID;
-    const std::vector<Segment>& segments = asset.plan.segments;
+    const std::vector<HalfOpenRange>& segments = asset.plan.segments;
     if (segments.size() == 1) {
         const Rational drift = newDuration - segments.front().length();
         if (drift > Rational::zero()) {
@@ -194,13 +194,13 @@ void rewriteClip(const AnalysedClip& clip, const AssetRewrite& rewrite, const Ex
 
 }  // namespace
 
-std::optional<Rational> remap(Rational t, const std::vector<Segment>& segments,
+std::optional<Rational> remap(Rational t, const std::vector<HalfOpenRange>& segments,
                               const std::vector<Rational>& drifts,
                               const std::optional<Rational>& frameDuration) {
     Rational offset;
     Rational driftSum;
     for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Segment& segment = segments[i];
+        const HalfOpenRange& segment = segments[i];
         if (segment.start <= t && t <= segment.end) {
             const Rational moved = (t - segment.start) + offset + driftSum;
             return frameDuration ? moved.snappedToFrameGrid(*frameDuration) : moved;

@@ -3,6 +3,7 @@
 #include "archive/media/archive_bundle.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
+#include "archive/planning/archive_planning.h"
 #include "archive/planning/clip_usage_analysis.h"
 #include "base/error.h"
 #include "base/error_codes.h"
@@ -44,10 +45,11 @@ std::vector<XmlElement> sourceElements(XmlElement asset) {
 }
 
 // The problem of a file that ffmpeg cannot decode to its end, if any.
-std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ToolPaths& tools) {
+std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ProbeSetup& probe) {
     bool complained = false;
     ProcessRequest request;
-    request.executable = locateFFmpeg(tools);
+    request.executable = locateFFmpeg(probe.tools);
+    request.stopToken = probe.stopToken;
     request.arguments = {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"};
     request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
     const ProcessResult result = runProcess(request);
@@ -66,9 +68,9 @@ Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
 
 class BundleCheck {
 public:
-    BundleCheck(std::filesystem::path bundle, ToolPaths tools, bool acceptMissingSources)
+    BundleCheck(std::filesystem::path bundle, ProbeSetup probe, bool acceptMissingSources)
         : bundle_(std::filesystem::weakly_canonical(std::move(bundle))),
-          tools_(std::move(tools)),
+          probe_(std::move(probe)),
           acceptMissingSources_(acceptMissingSources) {}
 
     std::vector<std::string> run() {
@@ -97,9 +99,9 @@ private:
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {
-                // A source the editor chose to archive without stays where it was; one that exists
-                // there should have been copied.
-                if (acceptMissingSources_ && !std::filesystem::exists(file)) {
+                // A source the editor chose to archive without (missing, unreadable, or no regular
+                // file) stays where it was; one that can be read there should have been copied.
+                if (acceptMissingSources_ && sourceStateOf(file) != SourceState::available) {
                     continue;
                 }
                 problems_.push_back(
@@ -117,7 +119,7 @@ private:
     void checkMedia(XmlElement asset, const std::filesystem::path& file, const ResourceIndex& resources) {
         if (file.stem().string().find("_trimmed") != std::string::npos &&
             checkedDecoding_.insert(file).second) {
-            if (const std::optional<std::string> problem = decodingProblem(file, tools_)) {
+            if (const std::optional<std::string> problem = decodingProblem(file, probe_)) {
                 problems_.push_back(*problem);
             }
         }
@@ -127,12 +129,14 @@ private:
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {
-            const Rational real = FFProbe::probeDuration(file, tools_);
+            const Rational real = FFProbe::probeDuration(file, probe_);
             if (real + tolerance(asset, resources) < declared) {
                 problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
                                                 localized("ist nur", "is only"), real.toFCPXML(),
                                                 localized("angegeben", "declared"), declared.toFCPXML()));
             }
+        } catch (const RunCancelled&) {
+            throw;
         } catch (const std::exception& error) {
             problems_.push_back(fmt::format("Asset {}: {} {} ({})", id, file.filename().string(),
                                             localized("Länge nicht lesbar", "length unreadable"),
@@ -149,7 +153,7 @@ private:
             }
             const Rational origin = FCPXMLTime::time(asset, "start");
             const Rational slack = tolerance(asset, resources);
-            const UsedRange used = clipMediaRange(clip).used;
+            const HalfOpenRange used = clipMediaRange(clip).used;
             if (used.start + slack < origin || origin + duration + slack < used.end) {
                 problems_.push_back(fmt::format(
                     "{} '{}' (Asset {}): {} {}..{}, {} {}..{}", clip.element.name(), clip.name.value_or("?"),
@@ -161,7 +165,7 @@ private:
     }
 
     std::filesystem::path bundle_;
-    ToolPaths tools_;
+    ProbeSetup probe_;
     std::vector<std::string> problems_;
     bool acceptMissingSources_;
     std::set<std::filesystem::path> checkedDecoding_;
@@ -169,15 +173,15 @@ private:
 
 }  // namespace
 
-std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools,
+std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ProbeSetup& probe,
                                              bool acceptMissingSources) {
-    return BundleCheck(bundle, tools, acceptMissingSources).run();
+    return BundleCheck(bundle, probe, acceptMissingSources).run();
 }
 
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
     const std::vector<std::string> problems =
-        verifyArchiveBundle(archiveBundleURL(context), context.tools, context.allowOffline);
+        verifyArchiveBundle(archiveBundleURL(context), probeSetupOf(context), context.settings.allowOffline);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

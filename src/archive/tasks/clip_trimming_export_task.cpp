@@ -40,11 +40,11 @@ std::set<std::string> acceptOfflineSources(const ArchivePlanning& planning,
     std::set<std::string> ids;
     for (const AssetDecision* decision : unavailable) {
         ids.insert(decision->assetID);
-        context.log(context.allowOffline ? LogEntryType::warning : LogEntryType::error,
-                    fmt::format("  {} Quelle {} ({}): {}", context.allowOffline ? "⚠️" : "✗",
+        context.log(context.settings.allowOffline ? LogEntryType::warning : LogEntryType::error,
+                    fmt::format("  {} Quelle {} ({}): {}", context.settings.allowOffline ? "⚠️" : "✗",
                                 sourceStateText(decision->source), decision->assetID, decision->path));
     }
-    if (!ids.empty() && !context.allowOffline) {
+    if (!ids.empty() && !context.settings.allowOffline) {
         throw Error(ProcessingError::domain, ProcessingError::incompleteArchive,
                     fmt::format("{} {} — {}", ids.size(),
                                 localized("Quelle(n) nicht verfügbar, es wurde nichts geschrieben",
@@ -69,7 +69,7 @@ void failUnlessEverySourceIsInTheBundle(const ArchivePlanning& planning, const s
     }
     if (!lost.empty()) {
         throw Error(
-            "Processing", 1,
+            ProcessingError::domain, ProcessingError::incompleteArchive,
             fmt::format("{}: {}", localized("Nicht ins Archiv übernommen", "Not put into the archive"),
                         fmt::join(lost, ", ")));
     }
@@ -112,7 +112,7 @@ void ClipTrimmingExportTask::execute(ArchiveExportContext& context) const {
         if (!trimmed.empty()) {
             context.log(LogEntryType::info, "Aktualisiere FCPXML-Zeitattribute (ffprobe)...");
             rewriteTiming(trimmed, *context.xmlDocument, context, [&](const std::filesystem::path& file) {
-                return FFProbe::probeDuration(file, context.tools);
+                return FFProbe::probeDuration(file, probeSetupOf(context));
             });
         }
     }

@@ -59,7 +59,7 @@ TEST(MediaReferences, TrimmedAssetsBecomeNewMediaCopiesKeepTheirIdentityAndProje
 class BundleWrite : public ::testing::Test {
 protected:
     BundleWrite() {
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.exportTimestamp = "20250314_0930";
         context.actionType = ExportActionType::archiving;

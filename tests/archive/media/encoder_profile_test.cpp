@@ -39,7 +39,7 @@ TEST(VideoToolboxProfile, KeepsTheSystemsArgumentLists) {
 }
 
 TEST(X265Profile, CutsEverySegmentByFrameCountInOneRun) {
-    const std::vector<Segment> segments{{0, 14}, {Rational(149149, 30000), Rational(1350349, 30000)}};
+    const std::vector<HalfOpenRange> segments{{0, 14}, {Rational(149149, 30000), Rational(1350349, 30000)}};
     EXPECT_EQ(x265Arguments("/in.mov", "/out.mov", segments, Rational(1001, 30000), true),
               words("-nostdin -ss 0.000000 -t 14.033367 -i /in.mov -ss 4.954950 -t 40.090050 -i /in.mov "
                     "-filter_complex "

@@ -27,7 +27,7 @@ std::string mediaAsset(const std::string& id, const std::filesystem::path& file,
 class BypassCopy : public ::testing::Test {
 protected:
     BypassCopy() {
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.logger = log.logger();
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();

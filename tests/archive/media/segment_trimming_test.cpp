@@ -24,9 +24,9 @@ using ::testing::HasSubstr;
 class SegmentTrimming : public ::testing::Test {
 protected:
     SegmentTrimming() {
-        context.encoder = "hevc_videotoolbox";
+        context.settings.encoder = "hevc_videotoolbox";
         installTools();
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();
         context.xmlDocument = test::projectWith(
@@ -38,7 +38,7 @@ protected:
     }
 
     void installTools() {
-        context.tools.ffmpeg = test::writeScript(
+        context.settings.tools.ffmpeg = test::writeScript(
             folder / "bin" / "ffmpeg",
             "echo \"$*\" >> '" + (folder / "calls.txt").string() +
                 "'\n"
@@ -47,7 +47,7 @@ protected:
                 (folder / "pieces.txt").string() +
                 "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" + ffmpegExit);
         // A piece lasts 251/25 s; a joined or single cut answers `cutDuration` frames.
-        context.tools.ffprobe = test::writeScript(
+        context.settings.tools.ffprobe = test::writeScript(
             folder / "bin" / "ffprobe",
             "for last; do :; done\ncase \"$6\" in stream=codec_name*) echo '" + codecJson +
                 "';; *) case \"$last\" in */seg_*) frames=251;; *) frames=" + cutDuration +
@@ -56,7 +56,7 @@ protected:
                 "esac");
     }
 
-    TrimPlan plan(std::vector<Segment> segments) const {
+    TrimPlan plan(std::vector<HalfOpenRange> segments) const {
         return TrimPlan{"r1",
                         (folder / "src" / "A001.m4v").string(),
                         "file:///src/A001.m4v",
@@ -162,7 +162,7 @@ TEST_F(SegmentTrimming, FailedCutRemovesItsOutputAndCopiesTheSourceWhole) {
 }
 
 TEST_F(SegmentTrimming, WithoutFFmpegTheSourceIsCopiedWhole) {
-    context.tools.ffmpeg = folder / "nothing";
+    context.settings.tools.ffmpeg = folder / "nothing";
     const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
     EXPECT_FALSE(trimPlannedAsset(plan({{0, 10}}), context, 0, 1));
     EXPECT_THAT(log.lines(),

@@ -13,7 +13,7 @@ using test::LogCollector;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-const std::vector<Segment> kTwoSegments{{10, 20}, {40, 55}};
+const std::vector<HalfOpenRange> kTwoSegments{{10, 20}, {40, 55}};
 
 TEST(Remap, MovesTimesByTheEarlierSegments) {
     EXPECT_EQ(remap(12, kTwoSegments, {}, std::nullopt), Rational(2));
@@ -34,7 +34,7 @@ TEST(Remap, OnlyEarlierDriftsMoveTimes) {
 }
 
 TEST(Remap, SnapsToTheFrameGridHalvesAwayFromZero) {
-    const std::vector<Segment> one{{0, 100}};
+    const std::vector<HalfOpenRange> one{{0, 100}};
     const Rational frame(1, 25);
     EXPECT_EQ(remap(Rational(201, 100), one, {}, frame), Rational(2));
     EXPECT_EQ(remap(Rational(203, 100), one, {}, frame), Rational(51, 25));
@@ -44,7 +44,7 @@ TEST(Remap, SnapsToTheFrameGridHalvesAwayFromZero) {
 // Rewrites one trimmed asset "r1" of a document and keeps the log.
 class TimingRewrite : public ::testing::Test {
 protected:
-    void rewrite(const std::string& spine, const std::vector<Segment>& segments,
+    void rewrite(const std::string& spine, const std::vector<HalfOpenRange>& segments,
                  std::vector<Rational> drifts = {}, std::optional<Rational> probed = std::nullopt,
                  const std::string& assetStart = "0s") {
         document = test::projectWith(

@@ -38,6 +38,8 @@ namespace FFProbe {
 ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools);
 /// Exact length of the file's first video stream; throws `ProbeError`.
 Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools);
+/// Exact length of the file's first sound stream; throws `ProbeError`.
+Rational probeSoundDuration(const std::filesystem::path& file, const ToolPaths& tools);
 /// Whether the file has an audio stream; false when ffprobe cannot tell.
 bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools);
 

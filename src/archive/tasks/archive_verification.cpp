@@ -74,7 +74,7 @@ public:
     std::vector<std::string> run() {
         std::shared_ptr<XmlDocument> document;
         try {
-            document = XmlDocument::load(bundle_ / "Info.fcpxml");
+            document = XmlDocument::load(archiveDocumentURL(bundle_));
         } catch (const std::exception& error) {
             return {error.what()};
         }
@@ -122,12 +122,15 @@ private:
             }
         }
         const Rational declared = FCPXMLTime::time(asset, "duration");
-        if (declared <= Rational::zero() || asset.attribute("hasVideo") != "1") {
-            return;  // stills have no length; the probe measures the picture stream, so sound is not measured
+        const bool hasPicture = asset.attribute("hasVideo") == "1";
+        if (declared <= Rational::zero() || (!hasPicture && asset.attribute("hasAudio") != "1")) {
+            return;  // stills have no length
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {
-            const Rational real = FFProbe::probeDuration(file, tools_);
+            // A sound file is measured by its sound, any other by its picture.
+            const Rational real =
+                hasPicture ? FFProbe::probeDuration(file, tools_) : FFProbe::probeSoundDuration(file, tools_);
             if (real + tolerance(asset, resources) < declared) {
                 problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
                                                 localized("ist nur", "is only"), real.toFCPXML(),

@@ -4,6 +4,7 @@
 #include "cli/archive_media_support.h"
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/media_path.h"
+#include "fcpxml/media_source_elements.h"
 #include "fcpxml/resource_index.h"
 #include "fcpxml/xml.h"
 #include "test_support.h"
@@ -128,19 +129,6 @@ void makeStandIn(const std::filesystem::path& file, const MediaNeed& need) {
     }
 }
 
-std::vector<XmlElement> sourceElements(XmlElement asset) {
-    std::vector<XmlElement> elements;
-    for (XmlElement rep : asset.children()) {
-        if (rep.name() == "media-rep" && rep.hasAttribute("src")) {
-            elements.push_back(rep);
-        }
-    }
-    if (elements.empty() && asset.hasAttribute("src")) {
-        elements.push_back(asset);  // FCPXML before 1.9
-    }
-    return elements;
-}
-
 }  // namespace
 
 StandInProject makeStandInProject(const std::filesystem::path& sample, const std::filesystem::path& folder,
@@ -151,7 +139,7 @@ StandInProject makeStandInProject(const std::filesystem::path& sample, const std
     std::map<std::filesystem::path, MediaNeed> needs;
     for (XmlElement asset : document->xpath("/fcpxml/resources/asset")) {
         const MediaNeed need = needOf(asset, resources);
-        for (XmlElement element : sourceElements(asset)) {
+        for (XmlElement element : mediaSourceElements(asset)) {
             const std::string src = element.attribute("src").value_or("");
             std::filesystem::path file;
             if (MediaPath::isRelative(src)) {

@@ -9,6 +9,7 @@
 #include "base/language.h"
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/media_path.h"
+#include "fcpxml/media_source_elements.h"
 #include "fcpxml/resource_index.h"
 #include "platform/process_runner.h"
 
@@ -28,19 +29,6 @@ std::filesystem::path referencedFile(const std::filesystem::path& bundle, const 
 bool isInside(const std::filesystem::path& file, const std::filesystem::path& folder) {
     const std::filesystem::path relative = file.lexically_relative(folder);
     return !relative.empty() && *relative.begin() != "..";
-}
-
-std::vector<XmlElement> sourceElements(XmlElement asset) {
-    std::vector<XmlElement> elements;
-    for (XmlElement rep : asset.children()) {
-        if (rep.name() == "media-rep" && rep.hasAttribute("src")) {
-            elements.push_back(rep);
-        }
-    }
-    if (elements.empty() && asset.hasAttribute("src")) {
-        elements.push_back(asset);  // FCPXML before 1.9
-    }
-    return elements;
 }
 
 // The problem of a file that ffmpeg cannot decode to its end, if any.
@@ -93,7 +81,7 @@ public:
 private:
     void checkAsset(XmlElement asset, const ResourceIndex& resources) {
         const std::string id = asset.attribute("id").value_or("?");
-        for (XmlElement element : sourceElements(asset)) {
+        for (XmlElement element : mediaSourceElements(asset)) {
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {

@@ -127,8 +127,9 @@ TEST_F(TimingRewrite, MarkersOnMediaCutAwayStayOnTheirClip) {
     // Markers in the kept handles stay where they were on the media, hidden as before.
     EXPECT_EQ(attribute("//marker[@value='Griff']", "start"), "1s");
     EXPECT_EQ(attribute("//keyword", "start"), "8s");
-    EXPECT_THAT(log.lines(), Contains("⚠️        ↳ <marker value='Vorher'> @ 80s: lay on media cut away → "
-                                      "kept on the clip at 5s"));
+    EXPECT_THAT(log.lines(),
+                Contains("⚠️        ↳ <marker value='Vorher'> @ 80s: lay on media cut away → "
+                         "kept on the clip at 5s"));
     EXPECT_THAT(log.lines(),
                 Contains("⚠️        ↳ <chapter-marker value='Danach'> @ 99s: lay on media cut away → "
                          "kept on the clip at 174/25s"));

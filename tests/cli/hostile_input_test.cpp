@@ -15,6 +15,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <stdexcept>
 #include <thread>
 
 namespace tidyreel::test {
@@ -34,6 +35,15 @@ protected:
         text.replace(text.find("SOUND"), 5, MediaPath::url(sound.string()));
         writeTextFile(project, text);
         return project;
+    }
+
+    // A real 3 s sound file: the archive measures the sound it copies.
+    static void writeSound(const std::filesystem::path& file, int frequency) {
+        std::filesystem::create_directories(file.parent_path());
+        if (!runShell("ffmpeg -nostdin -v error -y -f lavfi -i sine=frequency=" + std::to_string(frequency) +
+                      ":duration=3 -f wav '" + file.string() + "'")) {
+            throw std::runtime_error("cannot make " + file.string());
+        }
     }
 
     std::string lastLine(const CommandResult& result) const {
@@ -135,16 +145,18 @@ TEST_F(HostileInput, NoRunReplacesAnEarlierResultOrAnotherProjectsArchive) {
     EXPECT_EQ(filesIn(output).size(), 2u);
 
     // Two projects of the same name in different folders: the second gets its own bundle.
-    writeTextFile(folder / "a" / "Ton.wav", "sound A");
-    writeTextFile(folder / "b" / "Ton.wav", "sound B");
+    writeSound(folder / "a" / "Ton.wav", 440);
+    writeSound(folder / "b" / "Ton.wav", 660);
     const std::filesystem::path first = soundProject(folder / "a" / "Ton.fcpxml", folder / "a" / "Ton.wav");
     const std::filesystem::path second = soundProject(folder / "b" / "Ton.fcpxml", folder / "b" / "Ton.wav");
     const UnchangedSources sources({folder / "a" / "Ton.wav", folder / "b" / "Ton.wav", first, second});
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", second.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
-    EXPECT_EQ(readTextFile(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"), "sound A");
-    EXPECT_EQ(readTextFile(output / "archiv_Ton 2.fcpxmld" / "Media" / "Ton.wav"), "sound B");
+    EXPECT_EQ(fileChecksum(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"),
+              fileChecksum(folder / "a" / "Ton.wav"));
+    EXPECT_EQ(fileChecksum(output / "archiv_Ton 2.fcpxmld" / "Media" / "Ton.wav"),
+              fileChecksum(folder / "b" / "Ton.wav"));
     EXPECT_FALSE(std::filesystem::exists(output / "archiv_Ton 3.fcpxmld"));
 }
 
@@ -162,13 +174,14 @@ TEST_F(HostileInput, AnOutputFolderInsideTheProjectsBundleIsRefused) {
 
 TEST_F(HostileInput, ASourceNameThatIsNotUTF8IsArchivedUnderAUTF8Name) {
     const std::filesystem::path sound = folder / "T\xff\xfen.wav";
-    writeTextFile(sound, "sound");
+    writeSound(sound, 440);
+    const std::size_t checksum = fileChecksum(sound);
     const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", sound);
     const UnchangedSources sources({sound, project});
     const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string()}, user);
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
     const std::filesystem::path bundle = output / "archiv_Ton.fcpxmld";
-    EXPECT_EQ(readTextFile(bundle / "Media" / "T__n.wav"), "sound");
+    EXPECT_EQ(fileChecksum(bundle / "Media" / "T__n.wav"), checksum);
     EXPECT_EQ(XmlDocument::load(bundle / "Info.fcpxml")->first("//media-rep").attribute("src"),
               "./Media/T__n.wav");
 }

@@ -14,6 +14,7 @@ using nlohmann::json;
 
 const char* const kNoStream = "No video stream found in ffprobe output";
 const char* const kNoDuration = "duration_ts/time_base nicht in ffprobe output gefunden";
+const char* const kDurationEntries = "stream=time_base,duration_ts:format=duration";
 
 std::vector<std::string> probeArguments(const std::string& entries, const std::filesystem::path& file,
                                         const std::string& streams = "v:0") {
@@ -130,7 +131,7 @@ std::vector<std::string> codecProbeArguments(const std::filesystem::path& file) 
 }
 
 std::vector<std::string> durationProbeArguments(const std::filesystem::path& file) {
-    return probeArguments("stream=time_base,duration_ts:format=duration", file);
+    return probeArguments(kDurationEntries, file);
 }
 
 ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup) {
@@ -139,6 +140,10 @@ ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setu
 
 Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setup) {
     return parseDurationProbe(runProbe(durationProbeArguments(file), setup));
+}
+
+Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseDurationProbe(runProbe(probeArguments(kDurationEntries, file, "a:0"), setup));
 }
 
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {

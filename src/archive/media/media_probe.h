@@ -52,6 +52,8 @@ namespace FFProbe {
 ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Exact length of the file's first video stream; throws `ProbeError`.
 Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setup);
+/// Exact length of the file's first sound stream; throws `ProbeError`.
+Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Whether the file has an audio stream; false when ffprobe cannot tell (a stop request still throws).
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup);
 

@@ -10,6 +10,7 @@
 #include "base/language.h"
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/media_path.h"
+#include "fcpxml/media_source_elements.h"
 #include "fcpxml/resource_index.h"
 #include "platform/process_runner.h"
 
@@ -29,19 +30,6 @@ std::filesystem::path referencedFile(const std::filesystem::path& bundle, const 
 bool isInside(const std::filesystem::path& file, const std::filesystem::path& folder) {
     const std::filesystem::path relative = file.lexically_relative(folder);
     return !relative.empty() && *relative.begin() != "..";
-}
-
-std::vector<XmlElement> sourceElements(XmlElement asset) {
-    std::vector<XmlElement> elements;
-    for (XmlElement rep : asset.children()) {
-        if (rep.name() == "media-rep" && rep.hasAttribute("src")) {
-            elements.push_back(rep);
-        }
-    }
-    if (elements.empty() && asset.hasAttribute("src")) {
-        elements.push_back(asset);  // FCPXML before 1.9
-    }
-    return elements;
 }
 
 // The problem of a file that ffmpeg cannot decode to its end, if any.
@@ -76,7 +64,7 @@ public:
     std::vector<std::string> run() {
         std::shared_ptr<XmlDocument> document;
         try {
-            document = XmlDocument::load(bundle_ / "Info.fcpxml");
+            document = XmlDocument::load(archiveDocumentURL(bundle_));
         } catch (const std::exception& error) {
             return {error.what()};
         }
@@ -95,7 +83,7 @@ public:
 private:
     void checkAsset(XmlElement asset, const ResourceIndex& resources) {
         const std::string id = asset.attribute("id").value_or("?");
-        for (XmlElement element : sourceElements(asset)) {
+        for (XmlElement element : mediaSourceElements(asset)) {
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {
@@ -124,12 +112,15 @@ private:
             }
         }
         const Rational declared = FCPXMLTime::time(asset, "duration");
-        if (declared <= Rational::zero() || asset.attribute("hasVideo") != "1") {
-            return;  // stills have no length; the probe measures the picture stream, so sound is not measured
+        const bool hasPicture = asset.attribute("hasVideo") == "1";
+        if (declared <= Rational::zero() || (!hasPicture && asset.attribute("hasAudio") != "1")) {
+            return;  // stills have no length
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {
-            const Rational real = FFProbe::probeDuration(file, probe_);
+            // A sound file is measured by its sound, any other by its picture.
+            const Rational real =
+                hasPicture ? FFProbe::probeDuration(file, probe_) : FFProbe::probeSoundDuration(file, probe_);
             if (real + tolerance(asset, resources) < declared) {
                 problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
                                                 localized("ist nur", "is only"), real.toFCPXML(),

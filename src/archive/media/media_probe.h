@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,11 @@ public:
 };
 
 namespace FFProbe {
+
+/// Runs the run's ffprobe with `arguments` and returns its standard output; stopped after
+/// `ffprobeTimeLimit()` and on a stop request (`RunCancelled`); throws `ProbeError` on failure.
+std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools,
+                     std::stop_token stopToken = {});
 
 /// Codec facts of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
 ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools);

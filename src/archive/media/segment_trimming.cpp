@@ -5,7 +5,9 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
+#include "archive/media/piece_timing.h"
 #include "archive/media/tool_runner.h"
+#include "archive/media/video_packets.h"
 #include "base/error.h"
 #include "base/error_codes.h"
 #include "base/file_names.h"
@@ -145,34 +147,42 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
     return drifts;
 }
 
-// All segments in one libx265 run. Each piece keeps exactly its frames, so its length is known without
-// measuring: the drift is what the frame count adds to the planned length.
+// Where each segment of the written file really begins and how long it lasts, from its frames'
+// timestamps; the drifts the timing rewrite needs (none for one segment, whose length it probes itself).
+std::vector<Rational> measuredX265Drifts(const TrimJob& job, const std::filesystem::path& file) {
+    const std::vector<Segment>& segments = job.plan.segments;
+    std::vector<Rational> drifts;
+    if (!job.plan.frameDuration) {
+        job.context.log(
+            LogEntryType::info,
+            "       Ohne Frame-Raster: Versatz der Segmente nicht messbar, drift nicht korrigiert");
+        return drifts;
+    }
+    const std::vector<PieceTiming> pieces =
+        measurePieces(probeVideoPackets(file, job.context.tools, std::nullopt, job.context.stopToken),
+                      segments, *job.plan.frameDuration);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        job.context.log(LogEntryType::info, pieceTimingLine(i + 1, pieces[i], *job.plan.frameDuration));
+        drifts.push_back(pieces[i].drift());
+    }
+    return segments.size() < 2 ? std::vector<Rational>{} : drifts;
+}
+
+// All segments in one libx265 run, each read from the keyframe its first frame decodes from.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
     const std::vector<Segment>& segments = job.plan.segments;
+    std::vector<SegmentCut> cuts;
     for (const Segment& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
+        cuts.push_back(
+            {segment, decodeStart(job.source, job.context.tools, segment.start, job.context.stopToken)});
     }
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
-    runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
+    runFFmpeg(x265Arguments(job.source, outputs.output, cuts, job.plan.frameDuration,
                             FFProbe::hasAudioStream(job.source, job.context.tools)),
               label, std::nullopt, job.context, job.progress);
-    std::vector<Rational> drifts;
-    if (segments.size() < 2) {
-        return drifts;
-    }
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Rational nominal = segments[i].length();
-        const Rational produced =
-            job.plan.frameDuration
-                ? Rational(framesIn(segments[i], *job.plan.frameDuration)) * *job.plan.frameDuration
-                : nominal;
-        drifts.push_back(produced - nominal);
-        job.context.log(LogEntryType::info,
-                        fmt::format("       Segment {}: nominal={}, frame-genau={}, drift={}", i + 1,
-                                    nominal.toFCPXML(), produced.toFCPXML(), drifts.back().toFCPXML()));
-    }
-    return drifts;
+    return measuredX265Drifts(job, outputs.output);
 }
 
 std::vector<Rational> cut(const TrimJob& job, TrimOutputs& outputs) {

@@ -137,4 +137,14 @@ std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packe
     return found;
 }
 
+Rational decodeStart(const std::filesystem::path& file, const ToolPaths& tools, Rational time,
+                     std::stop_token stopToken) {
+    const PacketWindow stretch{std::max(time - kKeyframeSearch, Rational::zero()), time + Rational::one()};
+    if (const auto keyframe = keyframeAtOrBefore(probeVideoPackets(file, tools, stretch, stopToken), time)) {
+        return *keyframe;
+    }
+    return keyframeAtOrBefore(probeVideoPackets(file, tools, std::nullopt, stopToken), time)
+        .value_or(Rational::zero());
+}
+
 }  // namespace tidyreel

@@ -47,4 +47,13 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
 /// when there is none.
 std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time);
 
+/// The keyframe of the file to decode from for the frame on screen at `time` (see `keyframeAtOrBefore`).
+/// Only the stretch of `kKeyframeSearch` before it is read, so that a long source is not read whole for
+/// each cut; the whole file only when that stretch holds none. The file's start when there is none at all.
+Rational decodeStart(const std::filesystem::path& file, const ToolPaths& tools, Rational time,
+                     std::stop_token stopToken = {});
+
+/// How far before a time `decodeStart` looks for its keyframe first: longer than camera GOPs.
+inline const Rational kKeyframeSearch(10);
+
 }  // namespace tidyreel

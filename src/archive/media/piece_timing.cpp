@@ -25,7 +25,8 @@ std::vector<PieceTiming> measurePieces(const std::vector<VideoPacket>& frames,
         firstFrames.push_back(planned);
         planned += static_cast<std::size_t>(std::max<std::int64_t>(framesIn(segment, frameDuration), 0));
     }
-    if (frames.size() != planned || frames.empty()) {
+    // Only the last piece may come out short: its segment may reach past the source's last frame.
+    if (frames.size() > planned || segments.empty() || frames.size() <= firstFrames.back()) {
         throw Error(TrimError::domain, TrimError::frameCount,
                     fmt::format("{}: {} ≠ {}",
                                 localized("Geschnittene Datei hat nicht die geplanten Frames",

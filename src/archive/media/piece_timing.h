@@ -24,8 +24,9 @@ struct PieceTiming {
 };
 
 /// Splits a joined file's frames (sorted by presentation time) into one piece per segment, each of the
-/// segment's number of frames of `frameDuration`; throws `Error` (Trim, frameCount) when the file holds
-/// another number of frames, as it is then no frame-exact join of the segments.
+/// segment's number of frames of `frameDuration` (the last one may hold fewer, where the source ended);
+/// throws `Error` (Trim, frameCount) when the file holds more frames, or no frame of the last segment, as it
+/// is then no frame-exact join of the segments.
 std::vector<PieceTiming> measurePieces(const std::vector<VideoPacket>& frames,
                                        const std::vector<Segment>& segments, Rational frameDuration);
 

@@ -49,8 +49,14 @@ TEST(PieceTiming, MeasuresWhereTheFramesReallyLie) {
     EXPECT_EQ(measurePieces(list, {{2, 3}, {10, 12}}, Rational(1, 25))[1].drift(), Rational(3, 50));
 }
 
-TEST(PieceTiming, AnotherNumberOfFramesIsNoFrameExactJoin) {
-    for (const std::vector<VideoPacket>& list : {frames(0, 76), frames(0, 74), frames(0, 0)}) {
+TEST(PieceTiming, TheLastPieceEndsWhereTheSourceEnds) {
+    const std::vector<PieceTiming> pieces = measurePieces(frames(0, 26), {{2, 3}, {10, 12}}, Rational(1, 25));
+    EXPECT_EQ(pieces[1].length, Rational(1, 25));
+    EXPECT_EQ(pieces[1].drift(), Rational(-49, 25));
+}
+
+TEST(PieceTiming, MoreFramesOrNoneOfTheLastPieceIsNoFrameExactJoin) {
+    for (const std::vector<VideoPacket>& list : {frames(0, 76), frames(0, 25), frames(0, 0)}) {
         try {
             measurePieces(list, {{2, 3}, {10, 12}}, Rational(1, 25));
             ADD_FAILURE() << list.size();

@@ -168,14 +168,28 @@ std::vector<Rational> measuredX265Drifts(const TrimJob& job, const std::filesyst
     return segments.size() < 2 ? std::vector<Rational>{} : drifts;
 }
 
+// The keyframe a segment is read from; the file's start when ffprobe cannot list the source's packets,
+// which is slower but just as exact, as the frames are picked by their timestamps.
+Rational readStart(const TrimJob& job, Rational time) {
+    try {
+        return decodeStart(job.source, job.context.tools, time, job.context.stopToken);
+    } catch (const RunCancelled&) {
+        throw;
+    } catch (const Error& error) {
+        job.context.log(LogEntryType::info,
+                        fmt::format("       Keyframe vor {} nicht ermittelbar ({}) → Lesen ab Dateianfang",
+                                    time.toFCPXML(), error.what()));
+        return Rational::zero();
+    }
+}
+
 // All segments in one libx265 run, each read from the keyframe its first frame decodes from.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
     const std::vector<Segment>& segments = job.plan.segments;
     std::vector<SegmentCut> cuts;
     for (const Segment& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
-        cuts.push_back(
-            {segment, decodeStart(job.source, job.context.tools, segment.start, job.context.stopToken)});
+        cuts.push_back({segment, readStart(job, segment.start)});
     }
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());

@@ -1,5 +1,6 @@
 // ffprobe's JSON answer, as a broken or hostile ffprobe might print it.
 #include "archive/media/media_probe.h"
+#include "archive/media/video_packets.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +14,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     try {
         (void)tidyreel::FFProbe::parseDurationProbe(json);
+    } catch (const tidyreel::Error&) {
+    }
+    try {
+        (void)tidyreel::parseVideoPackets(json);
     } catch (const tidyreel::Error&) {
     }
     return 0;

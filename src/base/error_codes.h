@@ -122,8 +122,9 @@ inline constexpr int notFound = -1;  ///< no ffmpeg executable was found
 /// "Trim": checking a cut before it takes its final name.
 namespace TrimError {
 inline constexpr const char* domain = "Trim";
-inline constexpr int emptyFile = 1;  ///< the cut holds no bytes
-inline constexpr int tooShort = 2;   ///< the cut is shorter than planned (a stopped encode)
+inline constexpr int emptyFile = 1;   ///< the cut holds no bytes
+inline constexpr int tooShort = 2;    ///< the cut is shorter than planned (a stopped encode)
+inline constexpr int frameCount = 3;  ///< the cut holds another number of frames than planned
 }  // namespace TrimError
 
 /// "cp": copying media whole; other codes are cp's exit status.

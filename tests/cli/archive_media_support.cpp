@@ -14,18 +14,36 @@ bool runShell(const std::string& commandLine) {
     return std::system(commandLine.c_str()) == 0;
 }
 
-void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
+namespace {
+
+// Frame n of the picture has the grey level (n × 37 + shift) mod 256.
+void makeRampVideo(const std::filesystem::path& file, int seconds, int rate, int shift,
                    const std::string& extraArguments) {
     std::filesystem::create_directories(file.parent_path());
     const std::string duration = std::to_string(seconds);
-    const std::string source = "color=c=black:s=160x90:r=25:d=" + duration + ",geq=lum='mod(N*37+" +
-                               std::to_string(shift) + "\\,256)':cb=128:cr=128";
+    const std::string source = "color=c=black:s=160x90:r=" + std::to_string(rate) + ":d=" + duration +
+                               ",geq=lum='mod(N*37+" + std::to_string(shift) + "\\,256)':cb=128:cr=128";
     const std::string tone = "sine=frequency=440:duration=" + duration;
     const std::string line = "ffmpeg -nostdin -v error -y -f lavfi -i \"" + source + "\" -f lavfi -i \"" +
                              tone + "\" " + extraArguments + " -shortest '" + file.string() + "'";
     if (!runShell(line)) {
         throw std::runtime_error("cannot make test media: " + line);
     }
+}
+
+}  // namespace
+
+void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
+                   const std::string& extraArguments) {
+    makeRampVideo(file, seconds, 25, shift, extraArguments);
+}
+
+void makeVariableRateVideo(const std::filesystem::path& file, int seconds) {
+    // Every 108 frames last 4 s: 60 at 1/30 s, then 48 at 1/24 s.
+    makeRampVideo(file, seconds, 30, 0,
+                  "-vf \"settb=1/600,setpts='(4*floor(N/108)+if(lt(mod(N\\,108)\\,60)\\,mod(N\\,108)/30\\,"
+                  "2+(mod(N\\,108)-60)/24))/TB'\" -fps_mode passthrough -enc_time_base -1 -c:v libx264 "
+                  "-preset ultrafast -g 30 -pix_fmt yuv420p -video_track_timescale 600 -c:a aac");
 }
 
 double frameBrightness(const std::filesystem::path& file, long index) {

@@ -16,6 +16,10 @@ bool runShell(const std::string& commandLine);
 void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
                    const std::string& extraArguments);
 
+/// Like `makeTestVideo`, but H.264 in MP4 at a variable rate, as phones record: 2 s at 30 fps, then 2 s at
+/// 24 fps, and so on (timestamps on a 1/600 s clock), with a sine tone.
+void makeVariableRateVideo(const std::filesystem::path& file, int seconds);
+
 /// The mean grey level of frame `index` of a video file (−1 when it cannot be read).
 double frameBrightness(const std::filesystem::path& file, long index);
 

@@ -1,16 +1,14 @@
 #include "archive/media/media_probe.h"
 
+#include "archive/media/probe_json.h"
 #include "archive/media/tool_runner.h"
 #include "base/utf8.h"
 #include "platform/process_runner.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace tidyreel {
 namespace {
-
-using nlohmann::json;
 
 const char* const kNoStream = "No video stream found in ffprobe output";
 const char* const kNoDuration = "duration_ts/time_base nicht in ffprobe output gefunden";
@@ -23,15 +21,22 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
             "-of",   "json",          std::filesystem::absolute(file).string()};
 }
 
-// Runs ffprobe and returns its standard output.
+}  // namespace
+
+ProbeSetup probeSetupOf(const ExportContext& context) {
+    return {context.settings.tools, context.settings.toolLimits.ffprobeTime, context.stopToken};
+}
+
+namespace FFProbe {
+
 std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup& setup) {
     ProcessRequest request;
     request.executable = locateFFprobe(setup.tools);
     request.arguments = arguments;
     request.captureStandardOutput = true;
-    request.stopToken = setup.stopToken;
     // A source that never ends (a device, a stalled network share) must not hold the run forever.
     request.timeLimit = setup.timeLimit;
+    request.stopToken = setup.stopToken;
     const ProcessResult result = runProcess(request);
     if (result.ending == ProcessResult::Ending::timeLimit) {
         throw ProbeError(
@@ -49,82 +54,6 @@ std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup
     }
     return result.standardOutput;
 }
-
-json parsedObject(std::string_view text) {
-    json document = json::parse(text, nullptr, false);
-    if (document.is_discarded() || !document.is_object()) {
-        throw ProbeError("ffprobe output not parseable as JSON");
-    }
-    return document;
-}
-
-// The first stream object; no value when there is none.
-std::optional<json> firstStream(const json& document) {
-    const auto streams = document.find("streams");
-    if (streams == document.end() || !streams->is_array() || streams->empty() ||
-        !streams->front().is_object()) {
-        return std::nullopt;
-    }
-    return streams->front();
-}
-
-// A signed 64-bit integer given as a JSON integer, a whole JSON number, or a text of decimal digits.
-std::optional<std::int64_t> int64Value(const json& stream, const char* key) {
-    const auto value = stream.find(key);
-    if (value == stream.end()) {
-        return std::nullopt;
-    }
-    if (value->is_number_integer()) {
-        if (value->is_number_unsigned() &&
-            value->get<std::uint64_t>() > static_cast<std::uint64_t>(INT64_MAX)) {
-            return std::nullopt;
-        }
-        return value->get<std::int64_t>();
-    }
-    if (value->is_number_float()) {
-        const double number = value->get<double>();
-        if (number >= -9223372036854775808.0 && number < 9223372036854775808.0) {
-            return static_cast<std::int64_t>(number);
-        }
-        return std::nullopt;
-    }
-    if (value->is_string()) {
-        return detail::parseInt64(value->get<std::string>());
-    }
-    return std::nullopt;
-}
-
-// A stream time base "numerator/denominator" with a non-zero denominator.
-struct TimeBase {
-    std::int64_t numerator;
-    std::int64_t denominator;
-};
-
-std::optional<TimeBase> parsedTimeBase(const std::string& text) {
-    const std::size_t slash = text.find('/');
-    if (slash == std::string::npos) {
-        return std::nullopt;
-    }
-    const std::optional<std::int64_t> numerator = detail::parseInt64(text.substr(0, slash));
-    const std::optional<std::int64_t> denominator = detail::parseInt64(text.substr(slash + 1));
-    if (!numerator || !denominator || *denominator == 0) {
-        return std::nullopt;
-    }
-    return TimeBase{*numerator, *denominator};
-}
-
-std::string textOr(const json& object, const char* key, const std::string& fallback) {
-    const auto value = object.find(key);
-    return value != object.end() && value->is_string() ? value->get<std::string>() : fallback;
-}
-
-}  // namespace
-
-ProbeSetup probeSetupOf(const ExportContext& context) {
-    return {context.settings.tools, context.settings.toolLimits.ffprobeTime, context.stopToken};
-}
-
-namespace FFProbe {
 
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file) {
     return probeArguments("stream=codec_name,codec_tag_string,start_pts:stream_tags=encoder", file);
@@ -148,7 +77,8 @@ Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup&
 
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return firstStream(parsedObject(runProbe(probeArguments("stream=index", file, "a:0"), setup)))
+        return firstProbeStream(
+                   parsedProbeObject(runProbe(probeArguments("stream=index", file, "a:0"), setup)))
             .has_value();
     } catch (const RunCancelled&) {
         throw;
@@ -158,14 +88,14 @@ bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) 
 }
 
 ProbeResult parseCodecProbe(std::string_view text) {
-    const std::optional<json> stream = firstStream(parsedObject(text));
+    const std::optional<nlohmann::json> stream = firstProbeStream(parsedProbeObject(text));
     if (!stream) {
         throw ProbeError(kNoStream);
     }
     ProbeResult result;
-    result.codecName = textOr(*stream, "codec_name", "unknown");
-    result.codecTagString = textOr(*stream, "codec_tag_string", "unknown");
-    result.startPts = int64Value(*stream, "start_pts");
+    result.codecName = probeText(*stream, "codec_name", "unknown");
+    result.codecTagString = probeText(*stream, "codec_tag_string", "unknown");
+    result.startPts = probeInteger(*stream, "start_pts");
     if (const auto tags = stream->find("tags"); tags != stream->end() && tags->is_object()) {
         if (const auto encoder = tags->find("encoder"); encoder != tags->end() && encoder->is_string()) {
             result.encoderTag = encoder->get<std::string>();
@@ -175,12 +105,12 @@ ProbeResult parseCodecProbe(std::string_view text) {
 }
 
 Rational parseDurationProbe(std::string_view text) {
-    const std::optional<json> stream = firstStream(parsedObject(text));
+    const std::optional<nlohmann::json> stream = firstProbeStream(parsedProbeObject(text));
     if (!stream) {
         throw ProbeError(kNoDuration);
     }
-    const std::optional<TimeBase> timeBase = parsedTimeBase(textOr(*stream, "time_base", ""));
-    const std::optional<std::int64_t> durationTs = int64Value(*stream, "duration_ts");
+    const std::optional<ProbeTimeBase> timeBase = parsedProbeTimeBase(probeText(*stream, "time_base", ""));
+    const std::optional<std::int64_t> durationTs = probeInteger(*stream, "duration_ts");
     if (!timeBase || !durationTs) {
         throw ProbeError(kNoDuration);
     }

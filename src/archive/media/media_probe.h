@@ -48,6 +48,10 @@ ProbeSetup probeSetupOf(const ExportContext& context);
 
 namespace FFProbe {
 
+/// Runs ffprobe as `setup` says with `arguments` and returns its standard output; stopped after the
+/// setup's time limit and on its stop request (`RunCancelled`); throws `ProbeError` on failure.
+std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup& setup);
+
 /// Codec facts of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
 ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Exact length of the file's first video stream; throws `ProbeError`.

@@ -5,7 +5,9 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
+#include "archive/media/piece_timing.h"
 #include "archive/media/tool_runner.h"
+#include "archive/media/video_packets.h"
 #include "base/error.h"
 #include "base/error_codes.h"
 #include "base/file_names.h"
@@ -138,8 +140,8 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
                                         "Stream-Copy",
                                         i + 1, segments.size()));
         }
-        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()),
-                   secondsBefore.doubleValue());
+        cutSegment(job, segments[i], pieces.back(),
+                   fmt::format("Segment {}/{}", i + 1, segments.size()), secondsBefore.doubleValue());
         secondsBefore = secondsBefore + segments[i].length();
     }
     std::vector<Rational> drifts = measuredDrifts(job, pieces);
@@ -151,34 +153,55 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
     return drifts;
 }
 
-// All segments in one libx265 run. Each piece keeps exactly its frames, so its length is known without
-// measuring: the drift is what the frame count adds to the planned length.
+// Where each segment of the written file really begins and how long it lasts, from its frames'
+// timestamps; the drifts the timing rewrite needs (none for one segment, whose length it probes itself).
+std::vector<Rational> measuredX265Drifts(const TrimJob& job, const std::filesystem::path& file) {
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    std::vector<Rational> drifts;
+    if (!job.plan.frameDuration) {
+        job.context.log(
+            LogEntryType::info,
+            "       Ohne Frame-Raster: Versatz der Segmente nicht messbar, drift nicht korrigiert");
+        return drifts;
+    }
+    const std::vector<PieceTiming> pieces =
+        measurePieces(probeVideoPackets(file, probeSetupOf(job.context)), segments, *job.plan.frameDuration);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        job.context.log(LogEntryType::info, pieceTimingLine(i + 1, pieces[i], *job.plan.frameDuration));
+        drifts.push_back(pieces[i].drift());
+    }
+    return segments.size() < 2 ? std::vector<Rational>{} : drifts;
+}
+
+// The keyframe a segment is read from; the file's start when ffprobe cannot list the source's packets,
+// which is slower but just as exact, as the frames are picked by their timestamps.
+Rational readStart(const TrimJob& job, Rational time) {
+    try {
+        return decodeStart(job.source, probeSetupOf(job.context), time);
+    } catch (const RunCancelled&) {
+        throw;
+    } catch (const Error& error) {
+        job.context.log(LogEntryType::info,
+                        fmt::format("       Keyframe vor {} nicht ermittelbar ({}) → Lesen ab Dateianfang",
+                                    time.toFCPXML(), error.what()));
+        return Rational::zero();
+    }
+}
+
+// All segments in one libx265 run, each read from the keyframe its first frame decodes from.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
     const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    std::vector<SegmentCut> cuts;
     for (const HalfOpenRange& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
+        cuts.push_back({segment, readStart(job, segment.start)});
     }
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
-    runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
+    runFFmpeg(x265Arguments(job.source, outputs.output, cuts, job.plan.frameDuration,
                             FFProbe::hasAudioStream(job.source, probeSetupOf(job.context))),
               label, std::nullopt, job.context, job.progress);
-    std::vector<Rational> drifts;
-    if (segments.size() < 2) {
-        return drifts;
-    }
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Rational nominal = segments[i].length();
-        const Rational produced =
-            job.plan.frameDuration
-                ? Rational(framesIn(segments[i], *job.plan.frameDuration)) * *job.plan.frameDuration
-                : nominal;
-        drifts.push_back(produced - nominal);
-        job.context.log(LogEntryType::info,
-                        fmt::format("       Segment {}: nominal={}, frame-genau={}, drift={}", i + 1,
-                                    nominal.toFCPXML(), produced.toFCPXML(), drifts.back().toFCPXML()));
-    }
-    return drifts;
+    return measuredX265Drifts(job, outputs.output);
 }
 
 std::vector<Rational> cut(const TrimJob& job, TrimOutputs& outputs) {

@@ -1,0 +1,146 @@
+#include "archive/media/video_packets.h"
+
+#include "archive/media/encoder_profile.h"
+#include "archive/media/media_probe.h"
+#include "archive/media/probe_json.h"
+#include "archive/media/tool_runner.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace tidyreel {
+namespace {
+
+using nlohmann::json;
+
+const char* const kNoTimeBase = "Video stream without a time base in ffprobe output";
+const char* const kNoPresentationTime = "Video packet without a presentation time in ffprobe output";
+
+// A decimal such as "-0.021333" as an exact value; ffprobe prints a file's start time this way, to the
+// microsecond it is kept in.
+std::optional<Rational> decimalSeconds(const std::string& text) {
+    const std::size_t point = text.find('.');
+    const std::string fraction = point == std::string::npos ? "" : text.substr(point + 1);
+    const std::optional<std::int64_t> whole = detail::parseInt64(text.substr(0, point));
+    if (!whole || fraction.size() > 9 || !std::all_of(fraction.begin(), fraction.end(), ::isdigit)) {
+        return std::nullopt;
+    }
+    std::int64_t scale = 1;
+    for (std::size_t i = 0; i < fraction.size(); ++i) {
+        scale *= 10;
+    }
+    const Rational part = fraction.empty() ? Rational::zero() : Rational(std::stoll(fraction), scale);
+    return text.starts_with('-') ? Rational(*whole) - part : Rational(*whole) + part;
+}
+
+// Where `-ss 0` lies on the stream's clock: the file's start time, which ffprobe rounds to microseconds.
+// When it is the video stream's own start, that exact value is taken, so that the first frame lies at 0.
+Rational fileOrigin(const json& document, const json& stream, Rational timeBase) {
+    const std::optional<std::int64_t> startPts = probeInteger(stream, "start_pts");
+    const std::optional<Rational> streamStart =
+        startPts ? std::optional<Rational>(Rational(*startPts) * timeBase) : std::nullopt;
+    const auto format = document.find("format");
+    const std::optional<Rational> fileStart = format != document.end() && format->is_object()
+                                                  ? decimalSeconds(probeText(*format, "start_time", ""))
+                                                  : std::nullopt;
+    if (!fileStart) {
+        return streamStart.value_or(Rational::zero());
+    }
+    const Rational halfMicrosecond(1, 2000000);
+    if (streamStart && *streamStart - *fileStart <= halfMicrosecond &&
+        *fileStart - *streamStart <= halfMicrosecond) {
+        return *streamStart;
+    }
+    return *fileStart;
+}
+
+Rational streamTimeBase(const json& stream) {
+    const std::optional<ProbeTimeBase> timeBase = parsedProbeTimeBase(probeText(stream, "time_base", ""));
+    if (!timeBase || timeBase->numerator <= 0 || timeBase->denominator <= 0) {
+        throw ProbeError(kNoTimeBase);
+    }
+    return Rational(timeBase->numerator, timeBase->denominator);
+}
+
+// ffprobe's flags: "K" first for a keyframe, "D" second for a packet to be discarded.
+bool hasFlag(const std::string& flags, std::size_t position, char flag) {
+    return flags.size() > position && flags[position] == flag;
+}
+
+}  // namespace
+
+std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
+                                                   const std::optional<PacketWindow>& window) {
+    std::vector<std::string> arguments{
+        "-v",  "error",         "-select_streams",
+        "v:0", "-show_entries", "packet=pts,duration,flags:stream=time_base,start_pts:format=start_time",
+        "-of", "json=compact=1"};
+    if (window) {
+        arguments.insert(arguments.end(),
+                         {"-read_intervals", fmt::format("{}%{}", ffmpegSeconds(window->from.doubleValue()),
+                                                         ffmpegSeconds(window->to.doubleValue()))});
+    }
+    arguments.push_back(std::filesystem::absolute(file).string());
+    return arguments;
+}
+
+std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
+    const json document = parsedProbeObject(text);
+    const std::optional<json> stream = firstProbeStream(document);
+    if (!stream) {
+        throw ProbeError("No video stream found in ffprobe output");
+    }
+    const Rational timeBase = streamTimeBase(*stream);
+    const Rational origin = fileOrigin(document, *stream, timeBase);
+    std::vector<VideoPacket> packets;
+    const auto list = document.find("packets");
+    if (list == document.end() || !list->is_array()) {
+        return packets;
+    }
+    for (const json& packet : *list) {
+        const std::string flags = packet.is_object() ? probeText(packet, "flags", "") : "";
+        if (hasFlag(flags, 1, 'D')) {
+            continue;
+        }
+        const std::optional<std::int64_t> pts =
+            packet.is_object() ? probeInteger(packet, "pts") : std::nullopt;
+        if (!pts) {
+            throw ProbeError(kNoPresentationTime);
+        }
+        const std::int64_t duration = std::max<std::int64_t>(probeInteger(packet, "duration").value_or(0), 0);
+        packets.push_back(
+            {Rational(*pts) * timeBase - origin, Rational(duration) * timeBase, hasFlag(flags, 0, 'K')});
+    }
+    std::stable_sort(packets.begin(), packets.end(),
+                     [](const VideoPacket& a, const VideoPacket& b) { return a.time < b.time; });
+    return packets;
+}
+
+std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
+                                           const std::optional<PacketWindow>& window) {
+    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, window), probe));
+}
+
+std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time) {
+    std::optional<Rational> found;
+    for (const VideoPacket& packet : packets) {
+        if (packet.time > time) {
+            break;
+        }
+        if (packet.keyframe) {
+            found = packet.time;
+        }
+    }
+    return found;
+}
+
+Rational decodeStart(const std::filesystem::path& file, const ProbeSetup& probe, Rational time) {
+    const PacketWindow stretch{std::max(time - kKeyframeSearch, Rational::zero()), time + Rational::one()};
+    if (const auto keyframe = keyframeAtOrBefore(probeVideoPackets(file, probe, stretch), time)) {
+        return *keyframe;
+    }
+    return keyframeAtOrBefore(probeVideoPackets(file, probe), time).value_or(Rational::zero());
+}
+
+}  // namespace tidyreel

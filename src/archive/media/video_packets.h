@@ -1,0 +1,56 @@
+#pragma once
+
+#include "archive/media/media_probe.h"
+#include "time/rational.h"
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tidyreel {
+
+/// One packet of a file's first video stream: one frame as the container presents it.
+struct VideoPacket {
+    Rational time;          ///< presentation time in seconds from the file's start, as `-ss` counts
+    Rational duration;      ///< how long the frame is shown; zero when the container does not say
+    bool keyframe = false;  ///< decoding can begin here
+
+    bool operator==(const VideoPacket&) const = default;
+};
+
+/// A stretch of a file whose packets are read, in seconds of the stream's own clock (the file's start
+/// plus its start time). Reading begins at the last keyframe before `from`, so that one is included.
+struct PacketWindow {
+    Rational from;
+    Rational to;
+};
+
+/// The ffprobe arguments that list the packets of the first video stream, with its time base and start.
+std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
+                                                   const std::optional<PacketWindow>& window = std::nullopt);
+
+/// Reads that probe's JSON answer: the packets the container shows (those it marks to be discarded, before
+/// an edit list's start, are left out), sorted by presentation time; throws `ProbeError`.
+std::vector<VideoPacket> parseVideoPackets(std::string_view json);
+
+/// The shown packets of the file's first video stream, sorted by presentation time, read with the run's
+/// ffprobe (whole, or only `window`); throws `ProbeError`, and `RunCancelled` on a stop request.
+std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
+                                           const std::optional<PacketWindow>& window = std::nullopt);
+
+/// The time of the last keyframe shown at or before `time` in sorted packets: decoding from there yields
+/// the frame on screen at `time`, also when that is a leading frame of a later keyframe (open GOP); no value
+/// when there is none.
+std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time);
+
+/// The keyframe of the file to decode from for the frame on screen at `time` (see `keyframeAtOrBefore`).
+/// Only the stretch of `kKeyframeSearch` before it is read, so that a long source is not read whole for
+/// each cut; the whole file only when that stretch holds none. The file's start when there is none at all.
+Rational decodeStart(const std::filesystem::path& file, const ProbeSetup& probe, Rational time);
+
+/// How far before a time `decodeStart` looks for its keyframe first: longer than camera GOPs.
+inline const Rational kKeyframeSearch(10);
+
+}  // namespace tidyreel

@@ -1,0 +1,103 @@
+#include "archive/media/video_packets.h"
+
+#include "archive/media/media_probe.h"
+#include "test_support.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tidyreel {
+namespace {
+
+using ::testing::ElementsAre;
+
+std::string probeFailure(std::string_view json) {
+    try {
+        parseVideoPackets(json);
+    } catch (const ProbeError& error) {
+        return error.what();
+    }
+    return "no ProbeError";
+}
+
+// Three frames of an x264 stream at 30 fps in decoding order (an I, then a P shown after a B).
+TEST(VideoPackets, SortsByPresentationTimeInExactSeconds) {
+    EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":0,"duration":512,"flags":"K_"},
+                                                 {"pts":1024,"duration":512,"flags":"__"},
+                                                 {"pts":"512","duration":512,"flags":"__"}],
+                                     "streams":[{"time_base":"1/15360","start_pts":0}],
+                                     "format":{"start_time":"0.000000"}})"),
+                ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true},
+                            VideoPacket{Rational(1, 30), Rational(1, 30), false},
+                            VideoPacket{Rational(1, 15), Rational(1, 30), false}));
+}
+
+TEST(VideoPackets, CountFromTheFileStartAsSeekingDoes) {
+    // The video stream starts the file: its exact start, not the rounded one, is the origin.
+    EXPECT_EQ(parseVideoPackets(R"({"packets":[{"pts":1001,"flags":"K_"}],
+                                    "streams":[{"time_base":"1/30000","start_pts":1001}],
+                                    "format":{"start_time":"0.033367"}})")
+                  .front()
+                  .time,
+              Rational(0));
+    // Sound starts before the picture: the picture's first frame lies after the file's start.
+    EXPECT_EQ(parseVideoPackets(R"({"packets":[{"pts":0,"duration":1001,"flags":"K_"}],
+                                    "streams":[{"time_base":"1/30000","start_pts":0}],
+                                    "format":{"start_time":"-0.021333"}})")
+                  .front(),
+              (VideoPacket{Rational(21333, 1000000), Rational(1001, 30000), true}));
+    // Without a file start time the stream's start is the origin.
+    EXPECT_EQ(parseVideoPackets(
+                  R"({"packets":[{"pts":90000}],"streams":[{"time_base":"1/90000","start_pts":45000}]})")
+                  .front()
+                  .time,
+              Rational(1, 2));
+}
+
+TEST(VideoPackets, LeaveOutDiscardedPacketsAndReadMissingDurationsAsZero) {
+    EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":-512,"duration":512,"flags":"KD"},
+                                                 {"pts":0,"flags":"__"}, {"pts":512,"duration":-3}],
+                                     "streams":[{"time_base":"1/15360"}]})"),
+                ElementsAre(VideoPacket{Rational(0), Rational(0), false},
+                            VideoPacket{Rational(1, 30), Rational(0), false}));
+    EXPECT_TRUE(parseVideoPackets(R"({"streams":[{"time_base":"1/25"}]})").empty());
+}
+
+TEST(VideoPackets, RejectAnswersTheyCannotTime) {
+    EXPECT_EQ(probeFailure(R"({"packets":[{"pts":"N/A"}],"streams":[{"time_base":"1/25"}]})"),
+              "Video packet without a presentation time in ffprobe output");
+    EXPECT_EQ(probeFailure(R"({"packets":[7],"streams":[{"time_base":"1/25"}]})"),
+              "Video packet without a presentation time in ffprobe output");
+    for (const char* json : {R"({"streams":[{}]})", R"({"streams":[{"time_base":"0/1"}]})",
+                             R"({"streams":[{"time_base":"1/-25"}]})"}) {
+        EXPECT_EQ(probeFailure(json), "Video stream without a time base in ffprobe output") << json;
+    }
+    EXPECT_EQ(probeFailure(R"({"packets":[]})"), "No video stream found in ffprobe output");
+    EXPECT_EQ(probeFailure("packets"), "ffprobe output not parseable as JSON");
+}
+
+TEST(VideoPackets, DecodingStartsAtTheLastKeyframeShownAtOrBeforeATime) {
+    // Open GOP: frames 4 and 5 are shown before the keyframe at 6 but decode from the one at 0.
+    std::vector<VideoPacket> packets;
+    for (std::int64_t frame = 0; frame < 9; ++frame) {
+        packets.push_back({Rational(frame, 25), Rational(1, 25), frame % 6 == 0});
+    }
+    EXPECT_EQ(keyframeAtOrBefore(packets, Rational(5, 25)), Rational(0));
+    EXPECT_EQ(keyframeAtOrBefore(packets, Rational(6, 25)), Rational(6, 25));
+    EXPECT_EQ(keyframeAtOrBefore(packets, Rational(100)), Rational(6, 25));
+    EXPECT_FALSE(keyframeAtOrBefore(packets, Rational(-1, 25)));
+    EXPECT_FALSE(keyframeAtOrBefore({}, Rational(1)));
+}
+
+TEST(VideoPackets, ProbeAskedForTheWholeFileOrAWindow) {
+    const std::vector<std::string> whole = videoPacketProbeArguments("/media/a.mov");
+    EXPECT_EQ(whole.back(), "/media/a.mov");
+    EXPECT_EQ(std::count(whole.begin(), whole.end(), "-read_intervals"), 0);
+    const std::vector<std::string> window =
+        videoPacketProbeArguments("/media/a.mov", PacketWindow{Rational(1001, 300), Rational(5)});
+    EXPECT_THAT(std::vector<std::string>(window.end() - 3, window.end()),
+                ElementsAre("-read_intervals", "3.336667%5.000000", "/media/a.mov"));
+}
+
+}  // namespace
+}  // namespace tidyreel

@@ -92,7 +92,7 @@ CLI::Validator finitePositiveNumber() {
 // remembered.
 std::vector<std::string> availableEncoderNames() {
     std::vector<std::string> names;
-    for (const EncoderProfile profile : {EncoderProfile::libx265, EncoderProfile::hevcVideoToolbox}) {
+    for (const EncoderProfile profile : kEncoderProfiles) {
         if (isEncoderProfileAvailable(profile)) {
             names.emplace_back(encoderProfileName(profile));
         }

@@ -47,20 +47,6 @@ protected:
     std::filesystem::path output = folder / "Ausgabe";
 };
 
-// The archived clip must show the frame the original showed at its start, not a neighbour.
-void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
-                     const std::filesystem::path& archived, Rational newStart, Rational origin,
-                     Rational frame, const std::string& what) {
-    const long sourceFrame = std::lround(((oldStart - origin) / frame).doubleValue());
-    const long archivedFrame = std::lround(((newStart - origin) / frame).doubleValue());
-    const double shown = frameBrightness(archived, archivedFrame);
-    EXPECT_NEAR(shown, frameBrightness(source, sourceFrame), 6.0) << what;
-    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame - 1)), 15.0)
-        << what << ": the frame before";
-    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame + 1)), 15.0)
-        << what << ": the frame after";
-}
-
 TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     const std::filesystem::path cardA = folder / "Karte A" / "C0001.MOV";
     const std::filesystem::path cardB = folder / "Karte B" / "C0001.MOV";

@@ -2,6 +2,9 @@
 
 #include "test_support.h"
 
+#include <gtest/gtest.h>
+
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <numeric>
@@ -13,10 +16,10 @@ bool runShell(const std::string& commandLine) {
 }
 
 void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
-                   const std::string& extraArguments) {
+                   const std::string& extraArguments, const std::string& rate) {
     std::filesystem::create_directories(file.parent_path());
     const std::string duration = std::to_string(seconds);
-    const std::string source = "color=c=black:s=160x90:r=25:d=" + duration + ",geq=lum='mod(N*37+" +
+    const std::string source = "color=c=black:s=160x90:r=" + rate + ":d=" + duration + ",geq=lum='mod(N*37+" +
                                std::to_string(shift) + "\\,256)':cb=128:cr=128";
     const std::string tone = "sine=frequency=440:duration=" + duration;
     const std::string line = "ffmpeg -nostdin -v error -y -f lavfi -i \"" + source + "\" -f lavfi -i \"" +
@@ -45,6 +48,25 @@ double frameBrightness(const std::filesystem::path& file, long index) {
     return sum / static_cast<double>(bytes.size());
 }
 
+std::string frameMD5(const std::filesystem::path& file, long index) {
+    const std::filesystem::path out = file.string() + "." + std::to_string(index) + ".md5";
+    runShell("ffmpeg -nostdin -v error -y -i '" + file.string() + "' -map 0:v:0 -vf \"select=eq(n\\," +
+             std::to_string(index) + ")\" -frames:v 1 -f framemd5 '" + out.string() + "'");
+    const std::string text = readTextFile(out);
+    std::filesystem::remove(out);
+    // The last field of the one frame line.
+    const std::size_t comma = text.find_last_of(',');
+    if (comma == std::string::npos) {
+        return {};
+    }
+    std::string hash = text.substr(comma + 1);
+    hash.erase(0, hash.find_first_not_of(' '));
+    while (!hash.empty() && (hash.back() == '\n' || hash.back() == ' ')) {
+        hash.pop_back();
+    }
+    return hash;
+}
+
 std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry) {
     const std::filesystem::path out = file.string() + ".probe";
     const bool isTag = entry.starts_with("tag:");
@@ -57,6 +79,19 @@ std::string videoStreamEntry(const std::filesystem::path& file, const std::strin
         value.pop_back();
     }
     return value;
+}
+
+void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
+                     const std::filesystem::path& archived, Rational newStart, Rational origin,
+                     Rational frame, const std::string& what) {
+    const long sourceFrame = std::lround(((oldStart - origin) / frame).doubleValue());
+    const long archivedFrame = std::lround(((newStart - origin) / frame).doubleValue());
+    const double shown = frameBrightness(archived, archivedFrame);
+    EXPECT_NEAR(shown, frameBrightness(source, sourceFrame), 6.0) << what;
+    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame - 1)), 15.0)
+        << what << ": the frame before";
+    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame + 1)), 15.0)
+        << what << ": the frame after";
 }
 
 std::size_t fileChecksum(const std::filesystem::path& file) {

@@ -69,12 +69,19 @@ Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools
 
 bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools) {
     try {
-        return firstProbeStream(
-                   parsedProbeObject(runProbe(probeArguments("stream=index", file, "a:0"), tools)))
-            .has_value();
+        return audioCodecName(file, tools).has_value();
     } catch (const Error&) {
         return false;
     }
+}
+
+std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ToolPaths& tools) {
+    const std::optional<nlohmann::json> stream = firstProbeStream(
+        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a:0"), tools)));
+    if (!stream) {
+        return std::nullopt;
+    }
+    return probeText(*stream, "codec_name", "unknown");
 }
 
 ProbeResult parseCodecProbe(std::string_view text) {

@@ -46,6 +46,9 @@ ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools
 Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools);
 /// Whether the file has an audio stream; false when ffprobe cannot tell.
 bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools);
+/// The codec of the file's first audio stream ("pcm_s24le", "aac"); no value without audio; throws
+/// `ProbeError`.
+std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ToolPaths& tools);
 
 /// The nine arguments of the codec probe.
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);

@@ -5,6 +5,7 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
+#include "archive/media/stream_copy_cut.h"
 #include "archive/media/tool_runner.h"
 #include "base/error.h"
 #include "base/error_codes.h"
@@ -190,6 +191,18 @@ std::vector<Rational> cut(const TrimJob& job, TrimOutputs& outputs) {
     return cutAndJoinPieces(job, outputs);
 }
 
+// The `copy` profile's cut; no value after a log line when the source must be re-encoded instead.
+std::optional<StreamCopyResult> streamCopied(const TrimJob& job, const TrimOutputs& outputs) {
+    try {
+        return cutByStreamCopy(job.plan, job.source, outputs.output, job.context, job.progress);
+    } catch (const StreamCopyUnsuitable& reason) {
+        job.context.log(LogEntryType::info,
+                        fmt::format("       → Stream-Copy nicht möglich ({}) → Re-Encode ({})", reason.what(),
+                                    encoderProfileName(defaultEncoderProfile())));
+        return std::nullopt;
+    }
+}
+
 void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
     if (!plan.frameDuration) {
         return;
@@ -304,13 +317,21 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
                 }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
-        std::vector<Rational> drifts = cut(job, outputs);
+        TrimmedMedia trimmed{target, {}, plan.segments};
+        std::optional<StreamCopyResult> copied;
+        if (job.profile == EncoderProfile::copy && (copied = streamCopied(job, outputs))) {
+            trimmed = {target, std::move(copied->drifts), std::move(copied->segments), CutMethod::streamCopy};
+        } else {
+            job.profile = job.profile == EncoderProfile::copy ? defaultEncoderProfile() : job.profile;
+            job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
+            trimmed.drifts = cut(job, outputs);
+            trimmed.cut = job.streamCopy ? CutMethod::streamCopy : CutMethod::reEncode;
+        }
         checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
         placeTrimmedFile(outputs.output, target);
-        context.bundledAssets->registerAsset(plan.assetID,
-                                             Registration{"./Media/" + name, plan.originalSrc, true});
-        return {target, std::move(drifts)};
+        context.bundledAssets->registerAsset(
+            plan.assetID, Registration{"./Media/" + name, plan.originalSrc, true, trimmed.cut});
+        return trimmed;
     } catch (...) {
         outputs.removeAll();
         throw;

@@ -5,41 +5,48 @@
 namespace tidyreel {
 namespace {
 
-// The last keyframe at or before `start`; none when the stream's first keyframe comes later.
-std::optional<Rational> startKeyframe(Rational start, const std::vector<Rational>& keyframes) {
-    const auto after = std::upper_bound(keyframes.begin(), keyframes.end(), start);
-    return after == keyframes.begin() ? std::nullopt : std::optional<Rational>(*std::prev(after));
-}
+// How many keyframes a boundary may move over: its own, and one GOP further when that one is open.
+constexpr int kKeyframeTries = 2;
 
-Rational widenedEnd(Rational end, const std::vector<Rational>& keyframes, const CleanEnd& cleanEnd,
-                    Rational fileEnd) {
-    // Keyframes before the end cannot end the piece: their clean end lies before them.
-    for (auto key = std::lower_bound(keyframes.begin(), keyframes.end(), end); key != keyframes.end();
-         ++key) {
-        const Rational clean = cleanEnd(*key);
-        if (clean >= end) {
-            return clean;
+std::optional<Rational> startKeyframe(Rational start, const std::vector<Rational>& keyframes,
+                                      const IsClosedKeyframe& isClosed) {
+    auto key = std::upper_bound(keyframes.begin(), keyframes.end(), start);
+    for (int tries = 0; tries < kKeyframeTries && key != keyframes.begin(); ++tries) {
+        --key;
+        if (isClosed(*key)) {
+            return *key;
         }
     }
-    return fileEnd;
+    return std::nullopt;
+}
+
+std::optional<Rational> endKeyframe(Rational end, const std::vector<Rational>& keyframes,
+                                    const IsClosedKeyframe& isClosed, Rational fileEnd) {
+    auto key = std::lower_bound(keyframes.begin(), keyframes.end(), end);
+    for (int tries = 0; tries < kKeyframeTries && key != keyframes.end(); ++tries, ++key) {
+        if (isClosed(*key)) {
+            return *key;
+        }
+    }
+    return key == keyframes.end() ? std::optional<Rational>(fileEnd) : std::nullopt;
 }
 
 }  // namespace
 
 std::optional<std::vector<Segment>> widenToKeyframes(const std::vector<Segment>& segments,
                                                      const std::vector<Rational>& keyframes,
-                                                     const CleanEnd& cleanEnd, Rational fileEnd) {
+                                                     const IsClosedKeyframe& isClosed, Rational fileEnd) {
     std::vector<Segment> widened;
     for (const Segment& segment : segments) {
-        const std::optional<Rational> start = startKeyframe(segment.start, keyframes);
-        if (!start) {
+        const std::optional<Rational> start = startKeyframe(segment.start, keyframes, isClosed);
+        const std::optional<Rational> end = endKeyframe(segment.end, keyframes, isClosed, fileEnd);
+        if (!start || !end) {
             return std::nullopt;
         }
-        const Segment piece{*start, widenedEnd(segment.end, keyframes, cleanEnd, fileEnd)};
-        if (!widened.empty() && piece.start <= widened.back().end) {
-            widened.back().end = std::max(widened.back().end, piece.end);
+        if (!widened.empty() && *start <= widened.back().end) {
+            widened.back().end = std::max(widened.back().end, *end);
         } else {
-            widened.push_back(piece);
+            widened.push_back({*start, *end});
         }
     }
     return widened;

@@ -17,14 +17,15 @@ Rational key(int index) {
 const std::vector<Rational> kKeyframes{key(0), key(1), key(2), key(3), key(4),
                                        key(5), key(6), key(7), key(8), key(9)};
 const Rational kFileEnd = key(10);
-const CleanEnd kClosed = [](Rational keyframe) { return keyframe; };
-// Each keyframe has two leading pictures that show before it.
-const Rational kLeading(2002, 30000);
-const CleanEnd kOpen = [](Rational keyframe) { return keyframe - kLeading; };
+const IsClosedKeyframe kClosed = [](Rational) { return true; };
+// Keyframes 2, 3, 6 and 7 have leading pictures.
+const IsClosedKeyframe kSomeOpen = [](Rational keyframe) {
+    return keyframe != key(2) && keyframe != key(3) && keyframe != key(6) && keyframe != key(7);
+};
 
 std::optional<std::vector<Segment>> widened(const std::vector<Segment>& segments,
-                                            const CleanEnd& cleanEnd = kClosed) {
-    return widenToKeyframes(segments, kKeyframes, cleanEnd, kFileEnd);
+                                            const IsClosedKeyframe& isClosed = kClosed) {
+    return widenToKeyframes(segments, kKeyframes, isClosed, kFileEnd);
 }
 
 TEST(KeyframeWidening, SegmentsGrowOutwardToTheKeyframesAroundThem) {
@@ -51,22 +52,23 @@ TEST(KeyframeWidening, TheLastGOPEndsAtTheFileEnd) {
                 Optional(ElementsAre(Segment{key(9), kFileEnd})));
 }
 
-TEST(KeyframeWidening, OpenGOPsEndBeforeTheLeadingPicturesOfTheNextKeyframe) {
-    EXPECT_THAT(widened({{key(1), key(3) - kLeading}}, kOpen),
-                Optional(ElementsAre(Segment{key(1), key(3) - kLeading})));
-    // A segment that reaches into the leading pictures of keyframe 3 needs the GOP after it as well.
-    EXPECT_THAT(widened({{key(1), key(3) - Rational(1001, 30000)}}, kOpen),
-                Optional(ElementsAre(Segment{key(1), key(4) - kLeading})));
-    // Only keyframes at or after a segment's end are asked about.
+TEST(KeyframeWidening, OpenGOPsArePassedOverForTheKeyframeOneGOPFurtherOut) {
+    // Keyframe 2 is open: the piece starts one GOP earlier.
+    EXPECT_THAT(widened({{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kSomeOpen),
+                Optional(ElementsAre(Segment{key(1), key(5)})));
+    // Keyframes 6 and 7 are both open: no piece can end after 5; 3 and 2 are: none can start before 4.
+    EXPECT_FALSE(widened({{key(4) + Rational(1, 10), key(5) + Rational(1, 10)}}, kSomeOpen));
+    EXPECT_FALSE(widened({{key(3) + Rational(1, 10), key(4)}}, kSomeOpen));
+    // Only keyframes next to the segment's ends are asked about.
     std::vector<Rational> asked;
     widenToKeyframes(
-        {{Rational(7, 10), Rational(13, 10)}}, kKeyframes,
+        {{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kKeyframes,
         [&](Rational keyframe) {
             asked.push_back(keyframe);
-            return keyframe - kLeading;
+            return kSomeOpen(keyframe);
         },
         kFileEnd);
-    EXPECT_THAT(asked, ElementsAre(key(3)));
+    EXPECT_THAT(asked, ElementsAre(key(2), key(1), key(5)));
 }
 
 TEST(KeyframeWidening, NoKeyframeBeforeTheStartGivesNothingAndNoSegmentsStayNone) {

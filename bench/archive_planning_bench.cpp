@@ -39,7 +39,7 @@ void archiveDryRun(benchmark::State& state) {
     for (auto _ : state) {
         tidyreel::ExportContext context;
         context.xmlDocument = tidyreel::XmlDocument::load(file);
-        context.includedRoles = {"Interview", "B-Roll", "Drone", "GoPro", "Titles-Cam"};
+        context.settings.includedRoles = {"Interview", "B-Roll", "Drone", "GoPro", "Titles-Cam"};
         std::vector<std::string> lines;
         context.logger = [&lines](tidyreel::LogEntryType, const std::string& message) {
             lines.push_back(message);

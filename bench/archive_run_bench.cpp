@@ -2,6 +2,7 @@
 // near the end of a long file against near its start, and the timing rewrite as projects grow.
 #include "archive/media/encoder_profile.h"
 #include "archive/media/tool_runner.h"
+#include "archive/media/video_packets.h"
 #include "archive/planning/timing_rewrite.h"
 #include "bench_files.h"
 #include "core/export_pipeline.h"
@@ -156,12 +157,14 @@ const fs::path& longFile() {
 void cutThreeSeconds(benchmark::State& state) {
     tidyreel::ExportContext context;
     const tidyreel::Rational start(state.range(0));
-    const std::vector<tidyreel::Segment> segment{{start, start + 3}};
+    const tidyreel::HalfOpenRange segment{start, start + 3};
     const fs::path& source = longFile();
     for (auto _ : state) {
-        tidyreel::runFFmpeg(tidyreel::x265Arguments(source, workFolder() / "cut.mov", segment,
-                                                    tidyreel::Rational(1, 25), false),
-                            "Trim", std::nullopt, context);
+        // As a trim does: find the keyframe to read from, then cut.
+        const std::vector<tidyreel::SegmentCut> cut{{segment, tidyreel::decodeStart(source, {}, start)}};
+        tidyreel::runFFmpeg(
+            tidyreel::x265Arguments(source, workFolder() / "cut.mov", cut, tidyreel::Rational(1, 25), false),
+            "Trim", std::nullopt, context);
     }
 }
 

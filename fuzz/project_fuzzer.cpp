@@ -25,10 +25,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         tidyreel::ExportContext context;
         context.xmlDocument = document;
         context.actionType = tidyreel::ExportActionType::archiving;
-        context.buffer = 5;
-        context.minSegment = 20;
+        context.settings.buffer = 5;
+        context.settings.minSegment = 20;
         for (const tidyreel::VideoRole& role : roles) {
-            context.includedRoles.insert(role.name);
+            context.settings.includedRoles.insert(role.name);
         }
         (void)tidyreel::planArchive(context);
     } catch (const tidyreel::Error&) {

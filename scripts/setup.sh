@@ -7,6 +7,7 @@ packages=(
     libxml2-dev qt6-base-dev nlohmann-json3-dev libfmt-dev libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     ffmpeg zip unzip xvfb xauth fonts-noto-color-emoji
+    dbus-daemon dbus-session-bus-common dunst
     clang libclang-rt-14-dev
 )
 

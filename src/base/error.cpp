@@ -14,6 +14,10 @@ Error::Error(std::string domain, int code, const std::string& description,
 RunCancelled::RunCancelled()
     : Error(ProcessingError::domain, ProcessingError::cancelled, localized("Abgebrochen", "Cancelled")) {}
 
+bool isCancellation(const Error& error) {
+    return error.domain() == ProcessingError::domain && error.code() == ProcessingError::cancelled;
+}
+
 Error asError(const std::exception& failure) {
     if (const auto* error = dynamic_cast<const Error*>(&failure)) {
         return *error;

@@ -37,6 +37,10 @@ public:
     RunCancelled();
 };
 
+/// Whether `error` is a stop on request (the domain and code `RunCancelled` carries), also after it was
+/// copied as a plain `Error`.
+bool isCancellation(const Error& error);
+
 /// Runs `body`, turning the standard exceptions that time arithmetic throws (overflow, division by
 /// zero, invalid arguments) into an `Error` of the "Time" domain, so that callers above the time
 /// values see one kind of failure.

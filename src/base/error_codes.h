@@ -19,7 +19,15 @@ inline constexpr int cancelled = 6;           ///< the run was stopped on reques
 namespace XmlParserError {
 inline constexpr const char* domain = "XMLParser";
 inline constexpr int notWellFormed = 1;  ///< the bytes are not well-formed XML
+inline constexpr int tooLarge = 2;       ///< the document is larger than the parser can take
 }  // namespace XmlParserError
+
+/// "FCPXML": a well-formed document that is no project Tidyreel reads.
+namespace FcpxmlError {
+inline constexpr const char* domain = "FCPXML";
+inline constexpr int notFcpxml = 1;           ///< the root is not `<fcpxml>` with a `version`
+inline constexpr int unsupportedVersion = 2;  ///< a version outside the range Tidyreel reads
+}  // namespace FcpxmlError
 
 /// "XPath": a query over a parsed document.
 namespace XPathError {
@@ -44,6 +52,11 @@ inline constexpr const char* domain = "FileSystem";
 namespace ProcessError {
 inline constexpr const char* domain = "Process";
 }  // namespace ProcessError
+
+/// "Settings": the settings store; the code is Qt's settings status.
+namespace SettingsError {
+inline constexpr const char* domain = "Settings";
+}  // namespace SettingsError
 
 /// "Bookmark": a remembered folder; codes other than these are the system's errno.
 namespace BookmarkError {
@@ -76,6 +89,18 @@ namespace EffectPresetError {
 inline constexpr const char* domain = "EffectPresetParser.ParseError";
 }  // namespace EffectPresetError
 
+/// "TemplateInstaller.InstallationError": installing the title templates; the code is the way the
+/// installation ended early.
+namespace TemplateInstallerError {
+inline constexpr const char* domain = "TemplateInstaller.InstallationError";
+}  // namespace TemplateInstallerError
+
+/// "DefaultEffectInstaller.InstallError": installing the default effect; the code is the way the
+/// installation ended early.
+namespace DefaultEffectInstallerError {
+inline constexpr const char* domain = "DefaultEffectInstaller.InstallError";
+}  // namespace DefaultEffectInstallerError
+
 /// "ChapterMarker": reading chapter markers.
 namespace ChapterMarkerError {
 inline constexpr const char* domain = "ChapterMarker";
@@ -97,8 +122,9 @@ inline constexpr int notFound = -1;  ///< no ffmpeg executable was found
 /// "Trim": checking a cut before it takes its final name.
 namespace TrimError {
 inline constexpr const char* domain = "Trim";
-inline constexpr int emptyFile = 1;  ///< the cut holds no bytes
-inline constexpr int tooShort = 2;   ///< the cut is shorter than planned (a stopped encode)
+inline constexpr int emptyFile = 1;   ///< the cut holds no bytes
+inline constexpr int tooShort = 2;    ///< the cut is shorter than planned (a stopped encode)
+inline constexpr int frameCount = 3;  ///< the cut holds another number of frames than planned
 }  // namespace TrimError
 
 /// "cp": copying media whole; other codes are cp's exit status.

@@ -1,11 +1,14 @@
 #include "base/log_entry.h"
 
+#include "base/language.h"
 #include "base/raw_value_table.h"
 #include "base/uuid.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <ctime>
 
 namespace tidyreel {
@@ -35,13 +38,28 @@ LogEntry LogEntry::make(LogEntryType type, std::string message) {
     return LogEntry{newUuid(), Clock::now(), std::move(message), type};
 }
 
+double completedShare(const ProcessingProgress& progress) {
+    if (progress.total <= 0) {
+        return 0;
+    }
+    // A step of unknown length may report a fraction that is no number at all; it counts as not begun.
+    const double fraction =
+        std::isfinite(progress.stepFraction) ? std::clamp(progress.stepFraction, 0.0, 1.0) : 0.0;
+    const double done = progress.current + fraction;
+    return std::clamp(done / progress.total, 0.0, 1.0);
+}
+
+std::string progressCaption(const ProcessingProgress& progress) {
+    return progress.itemName.empty() ? progress.taskName : progress.taskName + ": " + progress.itemName;
+}
+
 std::string statusSymbol(const ActionStatus& status) {
-    return std::visit(
-        Overloaded{[](const ActionStatus::NotExecuted&) { return "minus.circle"; },
-                   [](const ActionStatus::Success&) { return "checkmark.circle.fill"; },
-                   [](const ActionStatus::SuccessWithNote&) { return "checkmark.circle.fill"; },
-                   [](const ActionStatus::Failure&) { return "exclamationmark.triangle.fill"; }},
-        status.value);
+    return std::visit(Overloaded{[](const ActionStatus::NotExecuted&) { return "minus.circle"; },
+                                 [](const ActionStatus::Success&) { return "checkmark.circle.fill"; },
+                                 [](const ActionStatus::SuccessWithNote&) { return "checkmark.circle.fill"; },
+                                 [](const ActionStatus::Failure&) { return "exclamationmark.triangle.fill"; },
+                                 [](const ActionStatus::Cancelled&) { return "xmark.circle.fill"; }},
+                      status.value);
 }
 
 std::string statusText(const ActionStatus& status, TimePoint now) {
@@ -50,7 +68,8 @@ std::string statusText(const ActionStatus& status, TimePoint now) {
             [](const ActionStatus::NotExecuted&) { return std::string("noch nicht ausgeführt"); },
             [&](const ActionStatus::Success& s) { return "zuletzt: " + relativeTime(s.at, now); },
             [&](const ActionStatus::SuccessWithNote& s) { return "zuletzt: " + relativeTime(s.at, now); },
-            [](const ActionStatus::Failure& f) { return f.message; }},
+            [](const ActionStatus::Failure& f) { return f.message; },
+            [](const ActionStatus::Cancelled&) { return localized("Abgebrochen", "Cancelled"); }},
         status.value);
 }
 

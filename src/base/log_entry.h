@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -23,8 +24,6 @@ std::optional<LogEntryType> logEntryTypeFromRaw(std::string_view raw);
 
 /// Appends one line to the processing log: type first, then the message.
 using Logger = std::function<void(LogEntryType, const std::string&)>;
-/// Reports step progress: current step, number of steps, task name.
-using ProgressUpdater = std::function<void(int, int, const std::string&)>;
 
 /// One line of the processing log.
 struct LogEntry {
@@ -39,14 +38,36 @@ struct LogEntry {
     bool operator==(const LogEntry&) const = default;
 };
 
-/// Step progress of a running task, exactly as the task reported it.
+/// Progress of a running task: its step exactly as the task reported it, and, inside a step that takes
+/// long (an encode, a copy), how far that step has got and which file it works on.
 struct ProcessingProgress {
-    int current = 0;       ///< the step being worked on
-    int total = 0;         ///< the number of steps
-    std::string taskName;  ///< the reporting task
+    ProcessingProgress() = default;
+    ProcessingProgress(int current, int total, std::string taskName, double stepFraction = 0,
+                       std::string itemName = {})
+        : current(current),
+          total(total),
+          taskName(std::move(taskName)),
+          stepFraction(stepFraction),
+          itemName(std::move(itemName)) {}
+
+    int current = 0;          ///< the step being worked on
+    int total = 0;            ///< the number of steps
+    std::string taskName;     ///< the reporting task
+    double stepFraction = 0;  ///< how much of the current step is done, 0…1
+    std::string itemName;     ///< the file the step works on; empty when it names none
 
     bool operator==(const ProcessingProgress&) const = default;
 };
+
+/// Reports progress of the running task.
+using ProgressUpdater = std::function<void(const ProcessingProgress&)>;
+
+/// How much of the whole task is done, 0…1: the steps before the current one plus the current
+/// step's fraction.
+double completedShare(const ProcessingProgress& progress);
+/// What the task is doing, as shown beside the bar: the task name, then ": " and the file it works on
+/// when it names one ("Trimme Video: A003.mov").
+std::string progressCaption(const ProcessingProgress& progress);
 
 /// The last outcome of one workflow.
 struct ActionStatus {
@@ -66,8 +87,12 @@ struct ActionStatus {
         std::string message;
         bool operator==(const Failure&) const = default;
     };
+    /// Stopped on request (Ctrl-C, SIGTERM, Cancel, quitting): no failure of the workflow.
+    struct Cancelled {
+        bool operator==(const Cancelled&) const = default;
+    };
 
-    std::variant<NotExecuted, Success, SuccessWithNote, Failure> value;
+    std::variant<NotExecuted, Success, SuccessWithNote, Failure, Cancelled> value;
 
     static ActionStatus notExecuted() { return {NotExecuted{}}; }
     static ActionStatus success(TimePoint at) { return {Success{at}}; }
@@ -75,6 +100,7 @@ struct ActionStatus {
         return {SuccessWithNote{at, std::move(note)}};
     }
     static ActionStatus error(std::string message) { return {Failure{std::move(message)}}; }
+    static ActionStatus cancelled() { return {Cancelled{}}; }
 
     bool operator==(const ActionStatus&) const = default;
 };

@@ -68,7 +68,8 @@ CutMethods plannedCutMethods(const ArchivePlanning& planning, const RunSettings&
     for (const auto& [id, plan] : planning.plans) {
         bool copyable = false;
         try {
-            copyable = copy && !streamCopyObstacle(plan, settings.tools);
+            copyable = copy && !streamCopyObstacle(
+                                   plan, ProbeSetup{settings.tools, settings.toolLimits.ffprobeTime, {}});
         } catch (const Error&) {
         }
         methods[id] = copyable ? CutMethod::streamCopy : CutMethod::reEncode;
@@ -156,7 +157,7 @@ void registerArchiveCommand(CLI::App& app, int& exitStatus) {
             return;
         }
         controller.startArchiving();
-        exitStatus = CliSession::exitStatusOf(controller.archivingStatus());
+        exitStatus = session.runExitStatus();
         if (exitStatus == exitSuccess && controller.lastArchiveReport()) {
             std::cout << archiveReportLine(*controller.lastArchiveReport()) << std::endl;
         }

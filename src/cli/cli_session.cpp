@@ -1,5 +1,6 @@
 #include "cli/cli_session.h"
 
+#include "base/error.h"
 #include "base/language.h"
 #include "cli/stop_signals.h"
 #include "platform/system_paths.h"
@@ -7,6 +8,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 
@@ -57,14 +59,18 @@ bool CliSession::chooseOutputFolder(const std::filesystem::path& folder) {
     return true;
 }
 
-int CliSession::exitStatusOf(const ActionStatus& status) {
-    // A run stopped by a signal ends the way the shell expects of a program the signal ended.
-    if (const int signal = StopSignals::received(); signal != 0) {
-        return 128 + signal;
+int CliSession::runExitStatus() const {
+    const std::optional<Error>& failure = controller_.lastRunError();
+    if (!failure) {
+        return exitSuccess;
     }
-    const bool succeeded = std::holds_alternative<ActionStatus::Success>(status.value) ||
-                           std::holds_alternative<ActionStatus::SuccessWithNote>(status.value);
-    return succeeded ? exitSuccess : exitWorkflowFailed;
+    if (isCancellation(*failure)) {
+        // A run stopped by a signal ends the way the shell expects of a program the signal ended; only a
+        // signal stops a run of the command line, SIGINT stands in should none be recorded.
+        const int signal = StopSignals::received();
+        return 128 + (signal != 0 ? signal : SIGINT);
+    }
+    return exitWorkflowFailed;
 }
 
 void CliSession::printLogLine(const LogEntry& entry) {
@@ -76,10 +82,11 @@ void CliSession::printProgress(const ProcessingProgress& progress) {
         return;
     }
     constexpr int width = 30;
-    const int filled = std::clamp(progress.current * width / progress.total, 0, width);
+    const double share = completedShare(progress);
+    const int filled = static_cast<int>(share * width);
     std::cerr << fmt::format("\r\033[K[{}{}] {:3}% {}", std::string(static_cast<std::size_t>(filled), '#'),
                              std::string(static_cast<std::size_t>(width - filled), ' '),
-                             std::clamp(progress.current * 100 / progress.total, 0, 100), progress.taskName)
+                             static_cast<int>(share * 100), progressCaption(progress))
               << std::flush;
     progressLineOpen_ = true;
 }

@@ -34,8 +34,9 @@ public:
     bool chooseOutputFolder(const std::filesystem::path& folder);
     /// Applies the `-o` option: chooses `folder` when one is given; false when it cannot be made.
     bool applyOutputOption(const std::string& folder) { return folder.empty() || chooseOutputFolder(folder); }
-    /// 0 when the status is a success, 1 when the workflow failed, 128 + the signal when one stopped it.
-    static int exitStatusOf(const ActionStatus& status);
+    /// The exit status of the last run, from the error the controller kept: 0 without one, 128 + the
+    /// signal when a signal stopped the run, 1 for any other failure.
+    int runExitStatus() const;
 
 private:
     static void printLogLine(const LogEntry& entry);

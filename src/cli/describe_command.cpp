@@ -76,7 +76,7 @@ void registerDescribeCommand(CLI::App& app, int& exitStatus) {
         applyDescriptionTexts(controller, *options);
         controller.loadFile(options->workflow.project);
         controller.startVideoDescription();
-        exitStatus = CliSession::exitStatusOf(controller.youtubeDescriptionStatus());
+        exitStatus = session.runExitStatus();
     });
 }
 

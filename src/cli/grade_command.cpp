@@ -91,7 +91,7 @@ void registerGradeCommand(CLI::App& app, int& exitStatus) {
             }
         }
         controller.startColorGrading();
-        exitStatus = CliSession::exitStatusOf(controller.colorGradingStatus());
+        exitStatus = session.runExitStatus();
     });
 }
 

@@ -18,12 +18,16 @@ void registerVerifyCommand(CLI::App& app, int& exitStatus) {
     CLI::App* command = app.add_subcommand(
         "verify",
         "Check an archive bundle: media inside it and readable to the end, every clip inside its media");
-    command->add_option("BUNDLE", options->bundle, "An archive .fcpxmld bundle")->required();
+    command
+        ->add_option("BUNDLE", options->bundle,
+                     "An archive: a .fcpxmld bundle, or the folder of a plain archived project")
+        ->required();
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);
+        const RunSettings settings = session.controller().runSettings();
         const std::vector<std::string> problems =
-            verifyArchiveBundle(options->bundle, session.controller().runSettings().tools);
+            verifyArchiveBundle(options->bundle, {settings.tools, settings.toolLimits.ffprobeTime, {}});
         for (const std::string& problem : problems) {
             std::cout << "✗ " << problem << '\n';
         }

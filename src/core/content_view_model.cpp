@@ -21,7 +21,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 
 namespace tidyreel {
@@ -33,6 +37,21 @@ std::filesystem::path configuredTool(const char* environmentVariable, const std:
         return value;
     }
     return SettingsStore::stringValue(settingKey).value_or("");
+}
+
+// A tool's limit in seconds from the environment (a positive number, at most a billion seconds);
+// `fallback` when the variable is unset or holds anything else.
+std::chrono::milliseconds limitFromEnvironment(const char* variable, std::chrono::milliseconds fallback) {
+    const char* value = std::getenv(variable);
+    if (!value || !*value) {
+        return fallback;
+    }
+    double seconds = 0;
+    if (std::from_chars(value, value + std::strlen(value), seconds).ec != std::errc{} || !(seconds > 0) ||
+        seconds > 1e9) {
+        return fallback;
+    }
+    return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
 }
 
 /// The fixed texts of one workflow's start and end.
@@ -106,9 +125,9 @@ void ContentViewModel::addLog(LogEntryType type, const std::string& message) {
     }
 }
 
-void ContentViewModel::reportProgress(int current, int total, const std::string& taskName) {
-    processingProgress_ = ProcessingProgress{current, total, taskName};
-    processingStatus_ = fmt::format("{}: {} von {}", taskName, current, total);
+void ContentViewModel::reportProgress(const ProcessingProgress& progress) {
+    processingProgress_ = progress;
+    processingStatus_ = fmt::format("{}: {} von {}", progress.taskName, progress.current, progress.total);
     if (observer_.progressChanged) {
         observer_.progressChanged(*processingProgress_);
     }
@@ -313,11 +332,10 @@ void ContentViewModel::start(ExportActionType actionType) {
         return;
     }
     if (actionType == ExportActionType::archiving) {
-        const WritePermission permission = testWritePermission(outputDirectory_);
-        if (!permission.ok) {
-            permissionAlertMessage_ =
-                permission.message.value_or(localized("Unbekannter Fehler", "Unknown error"));
+        if (std::optional<Error> refusal = writePermissionFailure(outputDirectory_)) {
+            permissionAlertMessage_ = refusal->what();
             showPermissionAlert_ = true;
+            lastRunError_ = std::move(refusal);
             addLog(LogEntryType::error, permissionAlertMessage_);
             notifyChanged();
             return;
@@ -366,6 +384,8 @@ RunSettings ContentViewModel::runSettings() const {
     settings.encoder = SettingsStore::stringValue("encoder").value_or("");
     settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
                       configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
+    settings.toolLimits = {limitFromEnvironment("TIDYREEL_FFPROBE_TIME_LIMIT", ToolLimits{}.ffprobeTime),
+                           limitFromEnvironment("TIDYREEL_FFMPEG_SILENCE_LIMIT", ToolLimits{}.ffmpegSilence)};
     settings.debugMode = debugMode_;
     return settings;
 }
@@ -411,9 +431,7 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
     };
     if (runMode_ == RunMode::blocking) {
         callbacks.logger = [this](LogEntryType type, const std::string& message) { addLog(type, message); };
-        callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
-            reportProgress(current, total, taskName);
-        };
+        callbacks.progressUpdater = [this](const ProcessingProgress& progress) { reportProgress(progress); };
         return callbacks;
     }
     // Queued calls keep the order of the worker's reports; Qt drops them if the controller is gone.
@@ -421,10 +439,9 @@ PipelineCallbacks ContentViewModel::makeCallbacks() {
         QMetaObject::invokeMethod(
             this, [this, type, message] { addLog(type, message); }, Qt::QueuedConnection);
     };
-    callbacks.progressUpdater = [this](int current, int total, const std::string& taskName) {
+    callbacks.progressUpdater = [this](const ProcessingProgress& progress) {
         QMetaObject::invokeMethod(
-            this, [this, current, total, taskName] { reportProgress(current, total, taskName); },
-            Qt::QueuedConnection);
+            this, [this, progress] { reportProgress(progress); }, Qt::QueuedConnection);
     };
     return callbacks;
 }
@@ -464,7 +481,8 @@ void ContentViewModel::finishRun(ExportActionType actionType, const RunOutcome& 
         processingProgress_.reset();
     }
     if (outcome.failure) {
-        statusOf(actionType) = ActionStatus::error("Fehler aufgetreten");
+        statusOf(actionType) = isCancellation(*outcome.failure) ? ActionStatus::cancelled()
+                                                                : ActionStatus::error("Fehler aufgetreten");
         addLog(LogEntryType::error, std::string(texts.failurePrefix) + outcome.failure->what());
     } else if (outcome.closingWarning) {
         statusOf(actionType) = ActionStatus::successWithNote(Clock::now(), *outcome.closingWarning);

@@ -50,7 +50,7 @@ public:
     /// Appends a line to the processing log; while a run is busy it also becomes the status text.
     void addLog(LogEntryType type, const std::string& message);
     /// Applies a progress report of the running task.
-    void reportProgress(int current, int total, const std::string& taskName);
+    void reportProgress(const ProcessingProgress& progress);
     /// The log as copied to the clipboard.
     std::string copyLogText() const { return tidyreel::copyLogText(logEntries_); }
 
@@ -137,8 +137,9 @@ public:
     const ActionStatus& youtubeDescriptionStatus() const { return youtubeDescriptionStatus_; }
     const ActionStatus& archivingStatus() const { return archivingStatus_; }
     const std::set<std::string>& includedRoles() const { return includedRoles_; }
-    /// The failure of the last finished run, whole (domain, code, description, user info); none after a
-    /// run that succeeded.
+    /// The failure of the last finished run, whole (domain, code, description, user info), or why the last
+    /// run was refused before it started (an output folder that cannot be written); none after a run that
+    /// succeeded.
     const std::optional<Error>& lastRunError() const { return lastRunError_; }
     /// Sizes of the last archive run, when there was one.
     const std::optional<ArchiveReport>& lastArchiveReport() const { return lastArchiveReport_; }

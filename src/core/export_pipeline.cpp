@@ -68,7 +68,7 @@ std::shared_ptr<XmlDocument> loadSource(const PipelineRequest& request) {
 // The one place where a run's settings reach its context.
 void fillContext(ExportContext& context, const PipelineRequest& request, const Logger& logger,
                  std::shared_ptr<XmlDocument> document) {
-    static_cast<RunSettings&>(context) = request.settings;
+    context.settings = request.settings;
     context.sourceURL = request.sourceURL;
     context.originalFileName =
         request.originalFileName.empty() ? request.sourceURL.filename().string() : request.originalFileName;
@@ -85,7 +85,7 @@ void runTasks(const std::vector<std::unique_ptr<Task>>& tasks, Context& context)
             continue;
         }
         context.throwIfCancelled();
-        if (context.debugMode) {
+        if (context.settings.debugMode) {
             context.log(LogEntryType::info, "DEBUG: Starte Task: " + task->taskName);
         }
         withTimeErrors([&] { task->execute(context); });

@@ -8,30 +8,29 @@
 
 namespace tidyreel {
 
-WritePermission testWritePermission(const std::optional<std::filesystem::path>& outputDirectory) {
+std::optional<Error> writePermissionFailure(const std::optional<std::filesystem::path>& outputDirectory) {
     if (!outputDirectory) {
-        return {false, localized("Kein Zielordner ausgewählt", "No output directory selected")};
+        return Error(ProcessingError::domain, ProcessingError::noOutputFolder,
+                     localized("Kein Zielordner ausgewählt", "No output directory selected"));
     }
     const std::filesystem::path testFile = *outputDirectory / (".permission_test_" + newUuid() + ".tmp");
     const bool granted = beginFolderAccess(*outputDirectory);
-    bool written = true;
+    std::optional<Error> failure;
     try {
         writeFileAtomically(testFile, "permission_test");
         std::error_code ignored;
         std::filesystem::remove(testFile, ignored);
-    } catch (const Error&) {
-        written = false;
+    } catch (const Error& error) {
+        failure = Error(
+            error.domain(), error.code(),
+            localized(
+                "Der gewählte Zielordner kann nicht beschrieben werden. Bitte wähle einen anderen Ordner.",
+                "Cannot write to selected output directory. Please choose another folder."));
     }
     if (granted) {
         endFolderAccess(*outputDirectory);
     }
-    if (written) {
-        return {true, std::nullopt};
-    }
-    return {
-        false,
-        localized("Der gewählte Zielordner kann nicht beschrieben werden. Bitte wähle einen anderen Ordner.",
-                  "Cannot write to selected output directory. Please choose another folder.")};
+    return failure;
 }
 
 }  // namespace tidyreel

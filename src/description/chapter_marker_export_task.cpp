@@ -62,8 +62,9 @@ Surroundings surroundingsOf(const ExportContext& context, bool includeDescriptio
     if (!includeDescriptions) {
         return {};
     }
-    return {
-        context.quillt1Text, context.quillt2Text, {context.youtubeDescription1, context.youtubeDescription2}};
+    return {context.quillt1Text,
+            context.quillt2Text,
+            {context.settings.youtubeDescription1, context.settings.youtubeDescription2}};
 }
 
 void logExported(const ExportContext& context, std::size_t markerCount,
@@ -110,14 +111,14 @@ std::vector<ChapterMarker> markersFromTimelineStart(const ExportContext& context
 
 void ChapterMarkerExportTask::execute(ExportContext& context) const {
     context.log(LogEntryType::info, "Lese Kapitelmarker...");
-    if (context.debugMode) {
+    if (context.settings.debugMode) {
         context.log(LogEntryType::info, includeDescriptions
                                             ? "DEBUG: Modus = Kapitel + Videobeschreibungen kombiniert"
                                             : "DEBUG: Modus = Nur Kapitel (ohne Videobeschreibungen)");
     }
     const std::vector<ChapterMarker> markers =
         markersFromTimelineStart(context, readChapterMarkers(*context.xmlDocument));
-    if (context.debugMode) {
+    if (context.settings.debugMode) {
         logFoundMarkers(context, markers);
     }
     const Surroundings surroundings = surroundingsOf(context, includeDescriptions);
@@ -127,7 +128,7 @@ void ChapterMarkerExportTask::execute(ExportContext& context) const {
         return;
     }
     const std::filesystem::path base = descriptionBaseURL(context);
-    if (context.debugMode) {
+    if (context.settings.debugMode) {
         logExportContents(context, markers.size(), surroundings);
     }
     logBaseURL(context, base);

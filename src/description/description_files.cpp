@@ -38,7 +38,8 @@ bool isTaken(const std::filesystem::path& file) {
 
 std::filesystem::path descriptionBaseURL(const ExportContext& context) {
     // Both files of one run share a counter: "youtube_X 2.YT1.txt" goes with "youtube_X 2.YT2.txt".
-    const std::filesystem::path wanted = context.outputDirectory / fileNameBase(context.outputFileName());
+    const std::filesystem::path wanted =
+        context.settings.outputDirectory / fileNameBase(context.outputFileName());
     std::filesystem::path base = wanted;
     for (int number = 2; isTaken(descriptionFileURL(base, "YT1")) || isTaken(descriptionFileURL(base, "YT2"));
          ++number) {

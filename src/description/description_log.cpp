@@ -18,7 +18,7 @@ std::string debugPreviewLine(std::string_view label, std::string_view text, std:
 }
 
 void logDescriptionPreviews(const ExportContext& context, const std::vector<std::string>& descriptions) {
-    if (!context.debugMode) {
+    if (!context.settings.debugMode) {
         return;
     }
     for (std::size_t i = 0; i < descriptions.size(); ++i) {
@@ -28,7 +28,7 @@ void logDescriptionPreviews(const ExportContext& context, const std::vector<std:
 }
 
 void logBaseURL(const ExportContext& context, const std::filesystem::path& base) {
-    if (context.debugMode) {
+    if (context.settings.debugMode) {
         context.log(LogEntryType::info, "DEBUG: Export Base-URL = " + base.string());
     }
 }
@@ -42,7 +42,7 @@ std::string joinedFileNames(const std::vector<std::filesystem::path>& files) {
 }
 
 void logWrittenFiles(const ExportContext& context, const std::vector<std::filesystem::path>& files) {
-    if (!context.debugMode) {
+    if (!context.settings.debugMode) {
         return;
     }
     for (const std::filesystem::path& file : files) {

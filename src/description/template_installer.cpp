@@ -66,18 +66,18 @@ std::filesystem::path titlesFolderOf(const std::filesystem::path& chosen) {
 }  // namespace
 
 InstallationError::InstallationError(Kind kind)
-    : Error("TemplateInstaller.InstallationError", static_cast<int>(kind), descriptionOf(kind)),
-      kind_(kind) {}
+    : Error(TemplateInstallerError::domain, static_cast<int>(kind), descriptionOf(kind)), kind_(kind) {}
 
 TemplateFolderRule TemplateInstaller::folderRule() {
-    return {"TemplateInstaller: ",
-            {"Titles.localized", "Titles", "Titel"},
-            localized("Titles-Ordner auswählen", "Select Titles Folder"),
-            "Wähle den 'Titles.localized' Ordner aus deinem Motion Templates Verzeichnis.\n\n⚠️ WICHTIG: "
-            "Wähle "
-            "GENAU den 'Titles.localized' Ordner!\n\nTypischer Pfad: ~/Movies/Motion "
-            "Templates.localized/Titles.localized/",
-            "Movies/Motion Templates.localized/Titles.localized"};
+    return {
+        "TemplateInstaller: ",
+        {"Titles.localized", "Titles", "Titel"},
+        localized("Titles-Ordner auswählen", "Select Titles Folder"),
+        "Wähle den 'Titles.localized' Ordner aus deinem Motion Templates Verzeichnis.\n\n⚠️ WICHTIG: "
+        "Wähle "
+        "GENAU den 'Titles.localized' Ordner!\n\nTypischer Pfad: ~/Movies/Motion "
+        "Templates.localized/Titles.localized/",
+        "Movies/Motion Templates.localized/Titles.localized"};
 }
 
 std::string TemplateInstaller::successMessage() {

@@ -6,7 +6,8 @@
 namespace tidyreel {
 
 void VideoDescriptionExportTask::execute(ExportContext& context) const {
-    const std::vector<std::string> descriptions = {context.youtubeDescription1, context.youtubeDescription2};
+    const std::vector<std::string> descriptions = {context.settings.youtubeDescription1,
+                                                   context.settings.youtubeDescription2};
     const std::filesystem::path base = descriptionBaseURL(context);
     logDescriptionPreviews(context, descriptions);
     logBaseURL(context, base);

@@ -36,14 +36,14 @@ void requireProjectDocument(const XmlDocument& document) {
     const XmlElement root = document.root();
     const std::optional<std::string> version = root ? root.attribute("version") : std::nullopt;
     if (!root || root.name() != "fcpxml" || !version) {
-        throw Error("FCPXML", 1,
+        throw Error(FcpxmlError::domain, FcpxmlError::notFcpxml,
                     localized("Keine FCPXML-Datei (Wurzelelement <fcpxml version=\"…\"> fehlt)",
                               "Not an FCPXML file (no root element <fcpxml version=\"…\">)"));
     }
     const std::optional<Version> parsed = parsedVersion(*version);
     if (!parsed || parsed->major != 1 || parsed->minor < kFirstReadableMinorVersion) {
         throw Error(
-            "FCPXML", 2,
+            FcpxmlError::domain, FcpxmlError::unsupportedVersion,
             fmt::format(
                 "{} {} {} 1.{} {} 1.{})", localized("FCPXML-Version", "FCPXML version"), *version,
                 localized("wird nicht unterstützt (Tidyreel liest", "is not supported (Tidyreel reads"),

@@ -226,7 +226,8 @@ std::shared_ptr<XmlDocument> XmlDocument::parse(std::string_view bytes) {
     // local files through external entities nor switch off the parser's expansion limits.
     const int options = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
     if (bytes.size() > kMaxDocumentBytes) {
-        throw Error("XMLParser", 2, localized("Dokument größer als 2 GiB", "Document larger than 2 GiB"));
+        throw Error(XmlParserError::domain, XmlParserError::tooLarge,
+                    localized("Dokument größer als 2 GiB", "Document larger than 2 GiB"));
     }
     xmlDocPtr doc = xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                       nullptr, options);

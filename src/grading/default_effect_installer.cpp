@@ -33,7 +33,7 @@ std::filesystem::path effectFolderIn(const std::filesystem::path& unpacked) {
 }  // namespace
 
 InstallError::InstallError(Kind kind, const std::string& description)
-    : Error("DefaultEffectInstaller.InstallError", static_cast<int>(kind), description), kind_(kind) {}
+    : Error(DefaultEffectInstallerError::domain, static_cast<int>(kind), description), kind_(kind) {}
 
 InstallError InstallError::copyFailed(const std::string& reason) {
     return InstallError(Kind::copyFailed, "Fehler beim Kopieren: " + reason);
@@ -48,14 +48,15 @@ InstallError InstallError::userCancelled() {
 }
 
 TemplateFolderRule DefaultEffectInstaller::folderRule() {
-    return {kPrefix,
-            {"Effects.localized", "Effects", "Effekte"},
-            "",
-            "Wähle den 'Effects.localized' Ordner aus deinem Motion Templates Verzeichnis.\n\n⚠️ WICHTIG: "
-            "Wähle "
-            "GENAU den 'Effects.localized' Ordner!\n\nTypischer Pfad: ~/Movies/Motion "
-            "Templates.localized/Effects.localized/",
-            "Movies/Motion Templates.localized/Effects.localized"};
+    return {
+        kPrefix,
+        {"Effects.localized", "Effects", "Effekte"},
+        "",
+        "Wähle den 'Effects.localized' Ordner aus deinem Motion Templates Verzeichnis.\n\n⚠️ WICHTIG: "
+        "Wähle "
+        "GENAU den 'Effects.localized' Ordner!\n\nTypischer Pfad: ~/Movies/Motion "
+        "Templates.localized/Effects.localized/",
+        "Movies/Motion Templates.localized/Effects.localized"};
 }
 
 std::string DefaultEffectInstaller::successMessage() {

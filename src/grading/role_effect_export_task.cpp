@@ -27,7 +27,7 @@ InjectionDiagnostics requestedDiagnostics() {
 // elsewhere; but the editor should know that Final Cut Pro will only find the effect where the
 // reference points.
 void warnAboutTemplates(const ExportContext& context) {
-    for (const auto& [role, reference] : context.roleEffectMappings) {
+    for (const auto& [role, reference] : context.settings.roleEffectMappings) {
         if (reference.sourceType != SourceType::motionTemplate || !reference.src) {
             continue;
         }
@@ -54,13 +54,13 @@ void reportUnchangedRoles(ExportContext& context, const InjectionStats& stats) {
                     fmt::format(fmt::runtime(localized(
                                     "Rolle {}: kein Bild in der Timeline – der Effekt {} ändert nichts",
                                     "Role {}: no picture in the timeline – the effect {} changes nothing")),
-                                role, context.roleEffectMappings.at(role).name));
+                                role, context.settings.roleEffectMappings.at(role).name));
     }
     if (!stats.rolesUnchanged.empty()) {
         context.closingWarning = fmt::format(
             fmt::runtime(localized("Color-Grading abgeschlossen, aber {} von {} Rolle(n) ohne Wirkung",
                                    "Color grading finished, but {} of {} role(s) changed nothing")),
-            stats.rolesUnchanged.size(), context.roleEffectMappings.size());
+            stats.rolesUnchanged.size(), context.settings.roleEffectMappings.size());
     }
 }
 
@@ -78,15 +78,16 @@ std::string strayTemplateWarning(const std::string& role, const EffectReference&
 }
 
 void RoleEffectExportTask::execute(ExportContext& context) const {
-    if (context.roleEffectMappings.empty()) {
-        if (context.debugMode) {
+    if (context.settings.roleEffectMappings.empty()) {
+        if (context.settings.debugMode) {
             context.log(LogEntryType::info, "DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)");
         }
         return;
     }
     context.log(LogEntryType::info, "Injiziere Effekte...");
     warnAboutTemplates(context);
-    FCPXMLEffectInjector injector(context.xmlDocument, context.roleEffectMappings, requestedDiagnostics());
+    FCPXMLEffectInjector injector(context.xmlDocument, context.settings.roleEffectMappings,
+                                  requestedDiagnostics());
     const InjectionStats stats = injector.inject();
     context.log(LogEntryType::success, fmt::format("✓ {} Effekt(e) hinzugefügt, {} Clip(s) modifiziert",
                                                    stats.effectsAdded, stats.clipsModified));

@@ -33,8 +33,12 @@ void ExportContext::log(LogEntryType type, const std::string& message) const {
 }
 
 void ExportContext::reportProgress(int current, int total, const std::string& taskName) const {
+    reportProgress(ProcessingProgress(current, total, taskName));
+}
+
+void ExportContext::reportProgress(const ProcessingProgress& progress) const {
     if (progressUpdater) {
-        progressUpdater(current, total, taskName);
+        progressUpdater(progress);
     }
 }
 
@@ -59,7 +63,7 @@ std::string ExportContext::outputFileName(TimePoint now) const {
 }
 
 std::filesystem::path ExportContext::fcpxmlOutputURL(TimePoint now) const {
-    const std::filesystem::path output = outputDirectory / outputFileName(now);
+    const std::filesystem::path output = settings.outputDirectory / outputFileName(now);
     if (lowercased(fileNameExtension(originalFileName)) == "fcpxmld") {
         return output / "Info.fcpxml";
     }

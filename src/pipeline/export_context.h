@@ -23,9 +23,10 @@ std::string_view rawValue(ExportActionType type);
 /// The workflow with that raw value; no value for any other text.
 std::optional<ExportActionType> exportActionTypeFromRaw(std::string_view raw);
 
-/// Everything a task of one run receives: the run's settings (its base, handed over whole when the
-/// run starts) and what the run works on. The tasks read and change `xmlDocument` in place.
-struct ExportContext : RunSettings {
+/// Everything a task of one run receives: the run's settings (handed over whole when the run starts)
+/// and what the run works on. The tasks read and change `xmlDocument` in place.
+struct ExportContext {
+    RunSettings settings;                      ///< taken once when the run started
     std::filesystem::path sourceURL;           ///< the loaded FCPXML document (a bundle's Info.fcpxml)
     std::string originalFileName;              ///< the name of the chosen file or bundle
     std::shared_ptr<XmlDocument> xmlDocument;  ///< the run's own freshly parsed document
@@ -42,8 +43,10 @@ struct ExportContext : RunSettings {
 
     /// Writes one log line through `logger` (dropped when there is none).
     void log(LogEntryType type, const std::string& message) const;
-    /// Reports progress through `progressUpdater` when there is one.
+    /// Reports step progress through `progressUpdater` when there is one.
     void reportProgress(int current, int total, const std::string& taskName) const;
+    /// Reports progress, also inside a step, through `progressUpdater` when there is one.
+    void reportProgress(const ProcessingProgress& progress) const;
 
     /// Throws `RunCancelled` when a stop was requested; called between steps that take a while.
     void throwIfCancelled() const;

@@ -16,12 +16,13 @@ void FCPXMLWriteTask::execute(ExportContext& context) const {
     renameFirstProject(*context.xmlDocument, projectSuffix);
 
     // Two runs in the same minute, or a source of that name, get a numbered name instead of being replaced.
-    const std::filesystem::path written = unusedPath(context.outputDirectory / context.outputFileName(now));
+    const std::filesystem::path written =
+        unusedPath(context.settings.outputDirectory / context.outputFileName(now));
     const std::string outputFileName = written.filename().string();
     const bool isBundle = context.fcpxmlOutputURL(now).filename() == "Info.fcpxml";
     const std::filesystem::path outputURL = isBundle ? written / "Info.fcpxml" : written;
     const std::filesystem::path folder = outputURL.parent_path();
-    if (context.debugMode) {
+    if (context.settings.debugMode) {
         context.log(LogEntryType::info, "DEBUG: outputDir = " + folder.string());
         context.log(LogEntryType::info, "DEBUG: outputFileName = " + outputFileName);
         context.log(LogEntryType::info, "DEBUG: fcpxmlOutputURL = " + outputURL.string());

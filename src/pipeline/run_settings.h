@@ -2,6 +2,7 @@
 
 #include "pipeline/effect_reference.h"
 
+#include <chrono>
 #include <filesystem>
 #include <set>
 #include <string>
@@ -13,6 +14,14 @@ namespace tidyreel {
 struct ToolPaths {
     std::filesystem::path ffmpeg;   ///< the configured ffmpeg, or empty
     std::filesystem::path ffprobe;  ///< the configured ffprobe, or empty
+};
+
+/// How long the external tools may take before they are stopped as failed; taken when the run starts
+/// from `TIDYREEL_FFPROBE_TIME_LIMIT` and `TIDYREEL_FFMPEG_SILENCE_LIMIT` (seconds) when they are set.
+struct ToolLimits {
+    std::chrono::milliseconds ffprobeTime{60'000};  ///< the longest one ffprobe run may take
+    std::chrono::milliseconds ffmpegSilence{
+        120'000};  ///< the longest ffmpeg may stay silent on standard error
 };
 
 /// Everything besides the project that determines a run: taken once when the run starts and handed to
@@ -30,6 +39,7 @@ struct RunSettings {
     RoleEffectMappings roleEffectMappings;  ///< the effect assigned to each role
     std::string encoder;                    ///< the encoder profile's name; empty: the platform's
     ToolPaths tools;                        ///< the configured ffmpeg and ffprobe
+    ToolLimits toolLimits;                  ///< when a tool that hangs is stopped
     bool debugMode = true;                  ///< tasks write their "DEBUG: " lines
 };
 

@@ -33,7 +33,7 @@ void store(const std::string& key, const QVariant& value) {
     stored.sync();
     if (stored.status() != QSettings::NoError) {
         throw Error(
-            "Settings", static_cast<int>(stored.status()),
+            SettingsError::domain, static_cast<int>(stored.status()),
             localized("Einstellungen konnten nicht gespeichert werden: ", "Could not save the settings: ") +
                 stored.fileName().toStdString());
     }

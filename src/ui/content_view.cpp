@@ -41,7 +41,8 @@ QLabel* makeCaption(QWidget* parent) {
 ContentView::ContentView(ContentViewModel& viewModel, QWidget* parent)
     : QWidget(parent), viewModel_(viewModel) {
     setObjectName("contentView");
-    resize(760, 900);
+    // Tall enough for both tabs of a project with a few roles; more roles scroll.
+    resize(760, 680);
     auto* outer = new QVBoxLayout(this);
     outer->addWidget(makeTopRow());
     fileCard_ = new FileCard(viewModel_, this);
@@ -209,6 +210,8 @@ void ContentView::refreshPermissionAlert() {
                         tr2("Keine Schreibberechtigung", "No Write Permission"), QMessageBox::Ok, this);
     permissionAlert_->setObjectName("permissionAlert");
     permissionAlert_->setInformativeText(qs(viewModel_.permissionAlertMessage()));
+    // Wide enough that a short reason stays on one line instead of wrapping under the title's width.
+    permissionAlert_->setStyleSheet("QLabel#qt_msgbox_informativelabel { min-width: 260px; }");
     permissionAlert_->setAttribute(Qt::WA_DeleteOnClose);
     connect(permissionAlert_, &QMessageBox::finished, this, [this] {
         permissionAlert_ = nullptr;

@@ -8,6 +8,8 @@
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace tidyreel::ui {
 namespace {
 
@@ -54,7 +56,6 @@ InfoPopup::InfoPopup(const PopupContent& content, QWidget* parent) : QDialog(par
     setWindowTitle(content.title);
     setAccessibleName(content.title);
     setAttribute(Qt::WA_DeleteOnClose);
-    resize(520, 560);
     auto* outer = new QVBoxLayout(this);
 
     auto* top = new QHBoxLayout;
@@ -92,6 +93,19 @@ InfoPopup::InfoPopup(const PopupContent& content, QWidget* parent) : QDialog(par
     layout->addStretch(1);
     scroll->setWidget(page);
     outer->addWidget(scroll, 1);
+    fitHeightToText(top, layout);
+}
+
+// A short text gets a short pop-up, without an empty area below it; a long one scrolls inside the
+// tallest.
+void InfoPopup::fitHeightToText(QLayout* titleRow, QLayout* text) {
+    constexpr int width = 520;
+    constexpr int tallest = 560;
+    const QMargins margins = layout()->contentsMargins();
+    const int textWidth = width - margins.left() - margins.right();
+    const int wanted = margins.top() + titleRow->sizeHint().height() + layout()->spacing() +
+                       text->totalHeightForWidth(textWidth) + margins.bottom();
+    resize(width, std::min(wanted, tallest));
 }
 
 }  // namespace tidyreel::ui

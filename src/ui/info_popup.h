@@ -5,6 +5,8 @@
 
 #include <vector>
 
+class QLayout;
+
 namespace tidyreel::ui {
 
 /// One headed block of an information pop-up.
@@ -30,6 +32,9 @@ struct PopupContent {
 class InfoPopup : public QDialog {
 public:
     InfoPopup(const PopupContent& content, QWidget* parent);
+
+private:
+    void fitHeightToText(QLayout* titleRow, QLayout* text);
 };
 
 /// The four pop-ups' texts.

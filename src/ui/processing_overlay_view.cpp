@@ -10,6 +10,12 @@
 #include <QVBoxLayout>
 
 namespace tidyreel::ui {
+namespace {
+
+// The bar's finer scale: a long encode moves it in small steps, not only from one step to the next.
+constexpr int kBarScale = 1000;
+
+}  // namespace
 
 ProcessingOverlayView::ProcessingOverlayView(std::function<void()> onCancel, QWidget* parent)
     : QWidget(parent) {
@@ -25,13 +31,19 @@ ProcessingOverlayView::ProcessingOverlayView(std::function<void()> onCancel, QWi
     spinner_->setRange(0, 0);  // no range: the style animates it as a busy indicator
     spinner_->setTextVisible(false);
     spinner_->setMaximumHeight(8);
+    // Short and centred, so that it reads as "busy" and is never taken for a second, full bar.
+    spinner_->setFixedWidth(96);
     status_ = new QLabel(panel_);
     status_->setObjectName("processingStatus");
     status_->setWordWrap(true);
     status_->setAlignment(Qt::AlignCenter);
+    item_ = new QLabel(panel_);
+    item_->setObjectName("processingItem");
+    item_->setAlignment(Qt::AlignCenter);
     bar_ = new QProgressBar(panel_);
     bar_->setObjectName("processingBar");
     bar_->setTextVisible(false);
+    bar_->setRange(0, kBarScale);
     steps_ = new QLabel(panel_);
     steps_->setObjectName("processingSteps");
     steps_->setAlignment(Qt::AlignCenter);
@@ -39,8 +51,9 @@ ProcessingOverlayView::ProcessingOverlayView(std::function<void()> onCancel, QWi
     cancel_->setObjectName("cancelRun");
     cancel_->setVisible(static_cast<bool>(onCancel));
     connect(cancel_, &QPushButton::clicked, this, std::move(onCancel));
-    layout->addWidget(spinner_);
+    layout->addWidget(spinner_, 0, Qt::AlignCenter);
     layout->addWidget(status_);
+    layout->addWidget(item_);
     layout->addWidget(bar_);
     layout->addWidget(steps_);
     layout->addWidget(cancel_, 0, Qt::AlignCenter);
@@ -52,13 +65,17 @@ void ProcessingOverlayView::show(const std::string& status,
                                  const std::optional<ProcessingProgress>& progress) {
     status_->setText(qs(status));
     status_->setAccessibleName(status_->text());
-    bar_->setVisible(progress.has_value() && progress->total > 0);
-    steps_->setVisible(bar_->isVisible());
-    if (progress && progress->total > 0) {
-        bar_->setRange(0, progress->total);
-        bar_->setValue(std::clamp(progress->current, 0, progress->total));
+    // Asked of the progress, not of the bar: a widget counts as hidden while the overlay is.
+    const bool measured = progress && progress->total > 0;
+    bar_->setVisible(measured);
+    steps_->setVisible(measured);
+    item_->setVisible(measured && !progress->itemName.empty());
+    if (measured) {
+        bar_->setValue(static_cast<int>(completedShare(*progress) * kBarScale));
         steps_->setText(QString::number(progress->current) + " von " + QString::number(progress->total));
         bar_->setAccessibleName(steps_->text());
+        item_->setText(qs(progressCaption(*progress)));
+        item_->setAccessibleName(item_->text());
     }
     cancel_->setText(tr2("Abbrechen", "Cancel"));
     cancel_->setAccessibleName(cancel_->text());

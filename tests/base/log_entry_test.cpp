@@ -1,6 +1,10 @@
 #include "base/log_entry.h"
 
+#include "base/language.h"
+
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace tidyreel {
 namespace {
@@ -47,6 +51,29 @@ TEST(ActionStatusText, EachCaseHasItsSymbolAndLine) {
     EXPECT_EQ(statusText(noted, now), "zuletzt: vor 1 Std");
     EXPECT_EQ(statusText(ActionStatus::error("Fehler aufgetreten"), now), "Fehler aufgetreten");
     EXPECT_EQ(statusSymbol(ActionStatus::error("x")), "exclamationmark.triangle.fill");
+    setPreferredLanguages({"de"});
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Abgebrochen");
+    EXPECT_EQ(statusSymbol(ActionStatus::cancelled()), "xmark.circle.fill");
+    setPreferredLanguages({"en"});
+    EXPECT_EQ(statusText(ActionStatus::cancelled(), now), "Cancelled");
+    setPreferredLanguages({});
+}
+
+// The trim phase counts its steps from 0: step 1 of 4 half done is three eighths of the whole.
+TEST(ProgressShare, FinishedStepsPlusTheCurrentStepsFraction) {
+    EXPECT_DOUBLE_EQ(completedShare({1, 4, "Trimme Video", 0.5, "A003.mov"}), 0.375);
+    EXPECT_DOUBLE_EQ(completedShare({1, 4, "Trimme Video"}), 0.25);
+    // ffmpeg may report a little past the planned length, and a step may report an unknown length.
+    EXPECT_DOUBLE_EQ(completedShare({3, 4, "Trimme Video", 1.2}), 1.0);
+    EXPECT_DOUBLE_EQ(completedShare({1, 4, "Kopiere Material", std::nan("")}), 0.25);
+    EXPECT_DOUBLE_EQ(completedShare({1, 4, "Kopiere Material", -0.5}), 0.25);
+    EXPECT_DOUBLE_EQ(completedShare({0, 0, "Analysiere Assets", 0.5}), 0.0);
+    EXPECT_DOUBLE_EQ(completedShare({7, 4, "Kopiere Material"}), 1.0);
+}
+
+TEST(ProgressCaption, NamesTheFileWhenTheStepHasOne) {
+    EXPECT_EQ(progressCaption({0, 3, "Trimme Video", 0.4, "A003.mov"}), "Trimme Video: A003.mov");
+    EXPECT_EQ(progressCaption({0, 3, "Analysiere Assets"}), "Analysiere Assets");
 }
 
 TEST(CopyLog, OneLinePerEntryWithLocalTimeSymbolAndMessage) {

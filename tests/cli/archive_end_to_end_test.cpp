@@ -1,5 +1,6 @@
 // Archives projects with real media, made by ffmpeg in the test, through the real `tidyreel` binary.
 #include "archive/media/media_probe.h"
+#include "archive/media/video_packets.h"
 #include "cli/archive_media_support.h"
 #include "cli/cli_support.h"
 #include "fcpxml/media_path.h"
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -47,6 +49,12 @@ protected:
     std::filesystem::path output = folder / "Ausgabe";
 };
 
+// A time attribute of the first element `path` finds.
+Rational timeAt(const std::shared_ptr<XmlDocument>& document, const std::string& path,
+                const char* attribute) {
+    return *Rational::fromFCPXML(document->first(path).attribute(attribute).value_or(""));
+}
+
 TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     const std::filesystem::path cardA = folder / "Karte A" / "C0001.MOV";
     const std::filesystem::path cardB = folder / "Karte B" / "C0001.MOV";
@@ -67,13 +75,8 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     ASSERT_TRUE(runShell("ffmpeg -nostdin -v error -y -f lavfi -i color=c=red:s=160x90:d=1 -frames:v 1 '" +
                          still.string() + "'"));
     ASSERT_TRUE(runShell("ffmpeg -nostdin -v error -y -f lavfi -i sine=duration=3 '" + sound.string() + "'"));
-    const std::vector<std::filesystem::path> sources{cardA,     cardB, prores, timecode,
-                                                     shortClip, still, sound,  ntsc};
-    std::map<std::filesystem::path, std::size_t> checksums;
-    for (const auto& source : sources) {
-        checksums[source] = fileChecksum(source);
-    }
     writeProject("archive/archive_tour.fcpxml");
+    const UnchangedSources sources({cardA, cardB, prores, timecode, shortClip, still, sound, ntsc, project});
     const std::shared_ptr<XmlDocument> original = XmlDocument::load(project);
 
     const CommandResult result = archive();
@@ -90,10 +93,7 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
         EXPECT_EQ(result.standardOutput.find(macOnly), std::string::npos) << macOnly;
     }
 
-    // Every source is untouched; every reference points into the bundle.
-    for (const auto& source : sources) {
-        EXPECT_EQ(fileChecksum(source), checksums[source]) << source;
-    }
+    // Every reference points into the bundle.
     const std::shared_ptr<XmlDocument> archived = XmlDocument::load(bundle() / "Info.fcpxml");
     for (XmlElement rep : archived->xpath("//media-rep")) {
         EXPECT_THAT(rep.attribute("src").value_or(""), ::testing::StartsWith("./Media/"));
@@ -108,7 +108,7 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     EXPECT_EQ(mediaFile("a4").filename(), "Standbild.png");
     EXPECT_EQ(mediaFile("a5").filename(), "Ton.wav");
     EXPECT_EQ(mediaFile("a6").filename(), "kurz.mov");
-    EXPECT_EQ(fileChecksum(mediaFile("a6")), checksums[shortClip]);
+    EXPECT_EQ(fileChecksum(mediaFile("a6")), sources.checksumOf(shortClip));
     for (const std::string id : {"a1", "a2", "a3", "a7", "n1"}) {
         const std::filesystem::path file = mediaFile(id);
         EXPECT_LT(std::filesystem::file_size(file),
@@ -124,33 +124,31 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
 
     // The same frame at every cut, later segments of joined files included.
     const auto clipStart = [](const std::shared_ptr<XmlDocument>& document, const std::string& name) {
-        return *Rational::fromFCPXML(
-            document->first("//asset-clip[@name='" + name + "']").attribute("start").value_or(""));
+        return timeAt(document, "//asset-clip[@name='" + name + "']", "start");
     };
     struct Source {
         std::filesystem::path file;
         std::string asset;
         Rational origin, frame;
     };
-    const Source a{cardA, "a1", 0, Rational(1, 25)}, t{timecode, "a7", 3600, Rational(1, 25)};
+    const Rational pal(1, 25);
+    const Source a{cardA, "a1", 0, pal}, t{timecode, "a7", 3600, pal},
+        n{ntsc, "n1", 0, Rational(1001, 30000)};
     const std::map<std::string, Source> clips{{"A1", a},
                                               {"A2", a},
-                                              {"B1", {cardB, "a2", 0, Rational(1, 25)}},
-                                              {"P1", {prores, "a3", 0, Rational(1, 25)}},
+                                              {"B1", {cardB, "a2", 0, pal}},
+                                              {"P1", {prores, "a3", 0, pal}},
                                               {"T0", t},
                                               {"T1", t},
                                               {"T2", t},
-                                              {"N1", {ntsc, "n1", 0, Rational(1001, 30000)}},
-                                              {"N2", {ntsc, "n1", 0, Rational(1001, 30000)}}};
+                                              {"N1", n},
+                                              {"N2", n}};
     for (const auto& [name, source] : clips) {
         expectSameFrame(source.file, clipStart(original, name), mediaFile(source.asset),
                         clipStart(archived, name), source.origin, source.frame, name);
     }
-    const auto markerStart = [](const std::shared_ptr<XmlDocument>& document) {
-        return *Rational::fromFCPXML(document->first("//chapter-marker").attribute("start").value_or(""));
-    };
-    expectSameFrame(cardA, markerStart(original), mediaFile("a1"), markerStart(archived), 0, Rational(1, 25),
-                    "chapter marker");
+    expectSameFrame(cardA, timeAt(original, "//chapter-marker", "start"), mediaFile("a1"),
+                    timeAt(archived, "//chapter-marker", "start"), 0, pal, "chapter marker");
 
     // A second run into the same folder recognises its own copies.
     const CommandResult again = archive();
@@ -159,10 +157,60 @@ TEST_F(ArchiveEndToEnd, TrimsCopiesRewritesAndKeepsEveryCutOnItsFrame) {
     EXPECT_FALSE(std::filesystem::exists(bundle() / "Media" / "Standbild-2.png"));
 }
 
+TEST_F(ArchiveEndToEnd, OpenGopAndVariableRateSourcesKeepEveryItemOnItsFrame) {
+    const std::filesystem::path openGop = folder / "Karte" / "OpenGOP.mov";
+    const std::filesystem::path phone = folder / "Karte" / "Telefon.mp4";
+    makeTestVideo(
+        openGop, 120, 0,
+        "-c:v libx264 -preset ultrafast -x264-params "
+        "open-gop=1:keyint=27:min-keyint=27:scenecut=0:bframes=3:b-adapt=0 -pix_fmt yuv420p -c:a aac");
+    makeVariableRateVideo(phone, 120);
+    writeProject("archive/open_gop_vfr.fcpxml");
+    const std::shared_ptr<XmlDocument> original = XmlDocument::load(project);
+
+    const CommandResult result = archive({"--encoder", "libx265"});
+    ASSERT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
+    const std::vector<std::string> messages = logMessages(result.standardOutput);
+    EXPECT_THAT(messages, Contains("✅ Trim & Archivierung erfolgreich abgeschlossen"));
+    // Three pieces per file, each measured where it landed: nothing is late or early.
+    for (const char* piece : {"Segment 1: ", "Segment 2: ", "Segment 3: "}) {
+        EXPECT_EQ(std::count_if(messages.begin(), messages.end(),
+                                [&](const std::string& line) {
+                                    return line.find(piece) != std::string::npos &&
+                                           line.ends_with("drift=0s, Versatz=0 Frames (0.0s)");
+                                }),
+                  2)
+            << piece << result.standardOutput;
+    }
+    const std::shared_ptr<XmlDocument> archived = XmlDocument::load(bundle() / "Info.fcpxml");
+    const std::map<std::string, std::pair<std::filesystem::path, Rational>> sources{
+        {"g1", {openGop, Rational(1, 25)}}, {"v1", {phone, Rational(1, 30)}}};
+    for (const auto& [asset, media] : sources) {
+        const auto& [source, frame] = media;
+        const std::filesystem::path trimmed =
+            bundle() / "Media" / (source.stem().string() + "_trimmed" + source.extension().string());
+        // Clips with their connected clips, and the markers inside them.
+        for (const std::string& path :
+             {"//asset-clip[@ref='" + asset + "']", "//asset-clip[@ref='" + asset + "']/chapter-marker"}) {
+            const std::vector<XmlElement> before = original->xpath(path);
+            const std::vector<XmlElement> after = archived->xpath(path);
+            ASSERT_EQ(before.size(), after.size()) << path;
+            for (std::size_t i = 0; i < before.size(); ++i) {
+                const std::string name =
+                    before[i].attribute("name").value_or(before[i].attribute("value").value_or(""));
+                expectSameFrame(source, *Rational::fromFCPXML(before[i].attribute("start").value_or("")),
+                                trimmed, *Rational::fromFCPXML(after[i].attribute("start").value_or("")), 0,
+                                frame, name);
+            }
+        }
+    }
+}
+
 TEST_F(ArchiveEndToEnd, AFailingCutAndAnOfflineSourceLeaveNoPartialFileAndKeepTheReference) {
     const std::filesystem::path clip = folder / "Karte" / "A.mov";
     makeTestVideo(clip, 48, 0, std::string(kH264) + " -an");
     writeProject("archive/failing_cut.fcpxml");
+    const UnchangedSources sources({clip, project});
     // ffmpeg writes half an output, then fails.
     const ScopedEnvironment failing("TIDYREEL_FFMPEG",
                                     writeScript(folder / "bin" / "ffmpeg",

@@ -1,9 +1,11 @@
 #include "cli/archive_media_support.h"
 
+#include "archive/media/video_packets.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -15,8 +17,11 @@ bool runShell(const std::string& commandLine) {
     return std::system(commandLine.c_str()) == 0;
 }
 
-void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
-                   const std::string& extraArguments, const std::string& rate) {
+namespace {
+
+// Frame n of the picture has the grey level (n × 37 + shift) mod 256.
+void makeRampVideo(const std::filesystem::path& file, int seconds, const std::string& rate, int shift,
+                   const std::string& extraArguments) {
     std::filesystem::create_directories(file.parent_path());
     const std::string duration = std::to_string(seconds);
     const std::string source = "color=c=black:s=160x90:r=" + rate + ":d=" + duration + ",geq=lum='mod(N*37+" +
@@ -27,6 +32,21 @@ void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
     if (!runShell(line)) {
         throw std::runtime_error("cannot make test media: " + line);
     }
+}
+
+}  // namespace
+
+void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
+                   const std::string& extraArguments, const std::string& rate) {
+    makeRampVideo(file, seconds, rate, shift, extraArguments);
+}
+
+void makeVariableRateVideo(const std::filesystem::path& file, int seconds) {
+    // Every 108 frames last 4 s: 60 at 1/30 s, then 48 at 1/24 s.
+    makeRampVideo(file, seconds, "30", 0,
+                  "-vf \"settb=1/600,setpts='(4*floor(N/108)+if(lt(mod(N\\,108)\\,60)\\,mod(N\\,108)/30\\,"
+                  "2+(mod(N\\,108)-60)/24))/TB'\" -fps_mode passthrough -enc_time_base -1 -c:v libx264 "
+                  "-preset ultrafast -g 30 -pix_fmt yuv420p -video_track_timescale 600 -c:a aac");
 }
 
 double frameBrightness(const std::filesystem::path& file, long index) {
@@ -81,12 +101,18 @@ std::string videoStreamEntry(const std::filesystem::path& file, const std::strin
     return value;
 }
 
+long shownFrame(const std::filesystem::path& file, Rational time, Rational frame) {
+    const std::vector<VideoPacket> frames = probeVideoPackets(file, {});
+    const auto after = std::lower_bound(frames.begin(), frames.end(), time + frame / 2,
+                                        [](const VideoPacket& shown, Rational t) { return shown.time < t; });
+    return static_cast<long>(after - frames.begin()) - 1;
+}
+
 void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
                      const std::filesystem::path& archived, Rational newStart, Rational origin,
                      Rational frame, const std::string& what) {
-    const long sourceFrame = std::lround(((oldStart - origin) / frame).doubleValue());
-    const long archivedFrame = std::lround(((newStart - origin) / frame).doubleValue());
-    const double shown = frameBrightness(archived, archivedFrame);
+    const long sourceFrame = shownFrame(source, oldStart - origin, frame);
+    const double shown = frameBrightness(archived, shownFrame(archived, newStart - origin, frame));
     EXPECT_NEAR(shown, frameBrightness(source, sourceFrame), 6.0) << what;
     EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame - 1)), 15.0)
         << what << ": the frame before";
@@ -96,6 +122,19 @@ void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
 
 std::size_t fileChecksum(const std::filesystem::path& file) {
     return std::hash<std::string>{}(readTextFile(file));
+}
+
+UnchangedSources::UnchangedSources(const std::vector<std::filesystem::path>& sources) {
+    for (const std::filesystem::path& source : sources) {
+        EXPECT_TRUE(std::filesystem::is_regular_file(source)) << source;
+        checksums_[source] = fileChecksum(source);
+    }
+}
+
+UnchangedSources::~UnchangedSources() {
+    for (const auto& [source, checksum] : checksums_) {
+        EXPECT_EQ(fileChecksum(source), checksum) << "a source was changed: " << source;
+    }
 }
 
 }  // namespace tidyreel::test

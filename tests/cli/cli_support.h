@@ -22,6 +22,7 @@ CommandResult runTidyreel(const std::vector<std::string>& arguments, const Isola
 
 /// Runs `tidyreel` as `runTidyreel` does, but no file it writes may grow (`ulimit -f 0`), as on a full
 /// volume: every write fails with EFBIG.
-CommandResult runTidyreelOnFullDisk(const std::vector<std::string>& arguments, const IsolatedUserFolders& folders);
+CommandResult runTidyreelOnFullDisk(const std::vector<std::string>& arguments,
+                                    const IsolatedUserFolders& folders);
 
 }  // namespace tidyreel::test

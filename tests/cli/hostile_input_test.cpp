@@ -10,14 +10,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <stdexcept>
 #include <thread>
 
 namespace tidyreel::test {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -31,6 +35,15 @@ protected:
         text.replace(text.find("SOUND"), 5, MediaPath::url(sound.string()));
         writeTextFile(project, text);
         return project;
+    }
+
+    // A real 3 s sound file: the archive measures the sound it copies.
+    static void writeSound(const std::filesystem::path& file, int frequency) {
+        std::filesystem::create_directories(file.parent_path());
+        if (!runShell("ffmpeg -nostdin -v error -y -f lavfi -i sine=frequency=" + std::to_string(frequency) +
+                      ":duration=3 -f wav '" + file.string() + "'")) {
+            throw std::runtime_error("cannot make " + file.string());
+        }
     }
 
     std::string lastLine(const CommandResult& result) const {
@@ -132,15 +145,18 @@ TEST_F(HostileInput, NoRunReplacesAnEarlierResultOrAnotherProjectsArchive) {
     EXPECT_EQ(filesIn(output).size(), 2u);
 
     // Two projects of the same name in different folders: the second gets its own bundle.
-    writeTextFile(folder / "a" / "Ton.wav", "sound A");
-    writeTextFile(folder / "b" / "Ton.wav", "sound B");
+    writeSound(folder / "a" / "Ton.wav", 440);
+    writeSound(folder / "b" / "Ton.wav", 660);
     const std::filesystem::path first = soundProject(folder / "a" / "Ton.fcpxml", folder / "a" / "Ton.wav");
     const std::filesystem::path second = soundProject(folder / "b" / "Ton.fcpxml", folder / "b" / "Ton.wav");
+    const UnchangedSources sources({folder / "a" / "Ton.wav", folder / "b" / "Ton.wav", first, second});
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", second.string(), "-o", output.string()}, user).exitStatus, 0);
     ASSERT_EQ(runTidyreel({"archive", first.string(), "-o", output.string()}, user).exitStatus, 0);
-    EXPECT_EQ(readTextFile(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"), "sound A");
-    EXPECT_EQ(readTextFile(output / "archiv_Ton 2.fcpxmld" / "Media" / "Ton.wav"), "sound B");
+    EXPECT_EQ(fileChecksum(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"),
+              fileChecksum(folder / "a" / "Ton.wav"));
+    EXPECT_EQ(fileChecksum(output / "archiv_Ton 2.fcpxmld" / "Media" / "Ton.wav"),
+              fileChecksum(folder / "b" / "Ton.wav"));
     EXPECT_FALSE(std::filesystem::exists(output / "archiv_Ton 3.fcpxmld"));
 }
 
@@ -158,15 +174,47 @@ TEST_F(HostileInput, AnOutputFolderInsideTheProjectsBundleIsRefused) {
 
 TEST_F(HostileInput, ASourceNameThatIsNotUTF8IsArchivedUnderAUTF8Name) {
     const std::filesystem::path sound = folder / "T\xff\xfen.wav";
-    writeTextFile(sound, "sound");
+    writeSound(sound, 440);
+    const std::size_t checksum = fileChecksum(sound);
     const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", sound);
+    const UnchangedSources sources({sound, project});
     const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string()}, user);
     EXPECT_EQ(result.exitStatus, 0) << result.standardOutput;
     const std::filesystem::path bundle = output / "archiv_Ton.fcpxmld";
-    EXPECT_EQ(readTextFile(bundle / "Media" / "T__n.wav"), "sound");
+    EXPECT_EQ(fileChecksum(bundle / "Media" / "T__n.wav"), checksum);
     EXPECT_EQ(XmlDocument::load(bundle / "Info.fcpxml")->first("//media-rep").attribute("src"),
               "./Media/T__n.wav");
-    EXPECT_EQ(readTextFile(sound), "sound");
+}
+
+TEST_F(HostileInput, AFIFOAsASourceIsOfflineWithAClearLineAndNeverRead) {
+    const std::filesystem::path fifo = folder / "Ton.wav";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const std::filesystem::path project = soundProject(folder / "Ton.fcpxml", fifo);
+    // Whoever opens the FIFO to read would wait for a writer for ever: it is let go at once and noted.
+    bool opened = false;
+    const auto releaseReaders = [&] {
+        if (const int writer = open(fifo.c_str(), O_WRONLY | O_NONBLOCK); writer >= 0) {
+            opened = true;
+            close(writer);
+        }
+    };
+    const std::vector<std::string> arguments{"archive",       project.string(), "-o",
+                                             output.string(), "--lang",         "en"};
+    const CommandResult refused = runTidyreel(arguments, user, releaseReaders);
+    EXPECT_EQ(refused.exitStatus, 1);
+    EXPECT_THAT(logMessages(refused.standardOutput),
+                Contains(AllOf(HasSubstr("✗ Quelle not a regular file (folder, device or FIFO) (r1)"),
+                               HasSubstr(fifo.string()))));
+
+    std::vector<std::string> offline = arguments;
+    offline.push_back("--allow-offline");
+    const CommandResult archived = runTidyreel(offline, user, releaseReaders);
+    EXPECT_EQ(archived.exitStatus, 0) << archived.standardOutput;
+    EXPECT_THAT(logMessages(archived.standardOutput),
+                Contains(AllOf(::testing::StartsWith("⚠️"),
+                               HasSubstr("Quelle not a regular file (folder, device or FIFO) (r1)"))));
+    EXPECT_FALSE(std::filesystem::exists(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"));
+    EXPECT_FALSE(opened) << "the FIFO was opened";
 }
 
 }  // namespace

@@ -1,11 +1,14 @@
 #include "core/core_support.h"
 
 #include "base/language.h"
+#include "fcpxml/media_path.h"
 
 #include <gtest/gtest.h>
 #include <QSettings>
 
 #include <chrono>
+#include <cstdlib>
+#include <stdexcept>
 #include <thread>
 
 namespace tidyreel::test {
@@ -41,6 +44,19 @@ std::vector<std::string> messagesOf(const std::vector<LogEntry>& entries) {
 std::string minimalProject(const std::string& projectName) {
     std::string project = readTextFile(fixture("core/minimal_project.fcpxml"));
     return project.replace(project.find("\"Film\""), 6, "\"" + projectName + "\"");
+}
+
+std::filesystem::path soundProject(const std::filesystem::path& folder) {
+    // Real sound: the archive checks every file it wrote before it reports success.
+    const std::string made = "ffmpeg -nostdin -v error -y -f lavfi -i anullsrc=r=48000:cl=stereo -t 3 '" +
+                             (folder / "Ton.wav").string() + "'";
+    if (std::system(made.c_str()) != 0) {
+        throw std::runtime_error("cannot make test sound: " + made);
+    }
+    std::string project = readTextFile(fixture("core/sound_project.fcpxml"));
+    project.replace(project.find("SOUND"), 5, MediaPath::url((folder / "Ton.wav").string()));
+    writeTextFile(folder / "p.fcpxml", project);
+    return folder / "p.fcpxml";
 }
 
 std::unique_ptr<QCoreApplication> makeApplication() {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <QCoreApplication>
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,6 +28,10 @@ std::vector<std::string> messagesOf(const std::vector<LogEntry>& entries);
 
 /// The minimal project every run can read: one clip of role "Video" in a named project.
 std::string minimalProject(const std::string& projectName = "Film");
+
+/// A project of one 3 s sound file ("Ton.wav", made by ffmpeg in `folder`), written as "p.fcpxml" in
+/// `folder`: an archive run copies it whole, without ffmpeg.
+std::filesystem::path soundProject(const std::filesystem::path& folder);
 
 /// The application object that background runs report through, unless one exists already.
 std::unique_ptr<QCoreApplication> makeApplication();

@@ -37,9 +37,9 @@ std::string chapterLines(int count) {
 
 void setDescriptionInputs(ExportContext& context) {
     context.quillt1Text = "Bergtour im Herbst";
-    context.youtubeDescription1 = "  Mehr unter example.org\n";
+    context.settings.youtubeDescription1 = "  Mehr unter example.org\n";
     context.quillt2Text = "";
-    context.youtubeDescription2 = " \n\t";
+    context.settings.youtubeDescription2 = " \n\t";
 }
 
 class ChapterMarkerExportTaskTest : public testing::Test {
@@ -56,7 +56,7 @@ TEST_F(ChapterMarkerExportTaskTest, DropsMarkersBeforeTheTimelineStartWithAWarni
                                     R"(<chapter-marker start="100s" value="Start"/></asset-clip>)",
                                     "", R"(duration="300s" tcStart="3600s")"),
                          folder.path(), "Projekt.fcpxml");
-    run.context.debugMode = false;
+    run.context.settings.debugMode = false;
     ChapterMarkerExportTask("Kapitelmarker", true, false).execute(run.context);
 
     EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "00:00:00 Start");
@@ -109,7 +109,7 @@ TEST_F(ChapterMarkerExportTaskTest, CombinesTitlesChaptersAndDescriptions) {
 
 TEST_F(ChapterMarkerExportTaskTest, WritesBothFilesForADescriptionWithoutChapters) {
     RecordingContext run(projectWithChapters(0), folder.path());
-    run.context.youtubeDescription1 = "Nur Deutsch";
+    run.context.settings.youtubeDescription1 = "Nur Deutsch";
     ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
 
     EXPECT_EQ(readTextFile(folder / "youtube_Projekt.YT1.txt"), "Nur Deutsch");
@@ -130,7 +130,7 @@ TEST_F(ChapterMarkerExportTaskTest, WritesNothingWhenThereIsNothingToExport) {
     }
     RecordingContext run(projectWithChapters(0), folder.path());
     run.context.quillt2Text = "\n ";
-    run.context.youtubeDescription1 = "\u00A0";
+    run.context.settings.youtubeDescription1 = "\u00A0";
     ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
     EXPECT_EQ(run.log.lines().back(), nothing);
     EXPECT_EQ(run.log.lines().size(), 6u);
@@ -139,8 +139,8 @@ TEST_F(ChapterMarkerExportTaskTest, WritesNothingWhenThereIsNothingToExport) {
 
 TEST_F(ChapterMarkerExportTaskTest, ShortensLongDescriptionsInTheDebugLines) {
     RecordingContext run(projectWithChapters(1), folder.path());
-    run.context.youtubeDescription1 = std::string(50, 'x') + "ü";
-    run.context.youtubeDescription2 = std::string(49, 'y') + "ü";
+    run.context.settings.youtubeDescription1 = std::string(50, 'x') + "ü";
+    run.context.settings.youtubeDescription2 = std::string(49, 'y') + "ü";
     ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
     EXPECT_EQ(run.log.lines()[4], "ℹ️ DEBUG: Beschreibung 1 = '" + std::string(50, 'x') + "'...");
     EXPECT_EQ(run.log.lines()[5], "ℹ️ DEBUG: Beschreibung 2 = '" + std::string(49, 'y') + "ü'");
@@ -165,7 +165,7 @@ TEST_F(ChapterMarkerExportTaskTest, WarnsAfterWritingAListThePlatformWillNotTake
 
 TEST_F(ChapterMarkerExportTaskTest, WritesNoDebugLinesOutsideDebugMode) {
     RecordingContext run(projectWithChapters(3), folder.path());
-    run.context.debugMode = false;
+    run.context.settings.debugMode = false;
     ChapterMarkerExportTask("Kapitelmarker", true, true).execute(run.context);
     EXPECT_EQ(run.log.lines(),
               (Lines{"ℹ️ Lese Kapitelmarker...",

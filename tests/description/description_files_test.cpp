@@ -19,7 +19,7 @@ const std::string chapterLines = "00:00:00 Intro\n00:02:30 Hauptteil\n01:00:01 E
 
 std::filesystem::path baseFor(const std::string& projectFile, const std::filesystem::path& folder = "/out") {
     ExportContext context;
-    context.outputDirectory = folder;
+    context.settings.outputDirectory = folder;
     context.originalFileName = projectFile;
     context.actionType = ExportActionType::youtube;
     return descriptionBaseURL(context);

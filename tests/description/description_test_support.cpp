@@ -17,7 +17,7 @@ std::string projectXml(const std::string& spine, const std::string& resources,
 RecordingContext::RecordingContext(const std::string& xml, const std::filesystem::path& outputDirectory,
                                    const std::string& originalFileName) {
     context.sourceURL = outputDirectory / originalFileName;
-    context.outputDirectory = outputDirectory;
+    context.settings.outputDirectory = outputDirectory;
     context.originalFileName = originalFileName;
     context.xmlDocument = XmlDocument::parse(xml);
     context.actionType = ExportActionType::youtube;

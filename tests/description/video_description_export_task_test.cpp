@@ -15,8 +15,8 @@ TEST(VideoDescriptionExportTask, WritesTitlesAndDescriptionsWithoutChapters) {
                                                 R"(<chapter-marker start="0s" value="A"/></asset-clip>)"),
                                folder.path(), "Bergtour im Herbst 2024.fcpxmld");
     run.context.quillt1Text = "Bergtour";
-    run.context.youtubeDescription1 = "Beschreibung\n\nmit Absatz";
-    run.context.youtubeDescription2 = " \n";
+    run.context.settings.youtubeDescription1 = "Beschreibung\n\nmit Absatz";
+    run.context.settings.youtubeDescription2 = " \n";
     VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context);
 
     const std::filesystem::path first = folder / "youtube_Bergtour im Her.YT1.txt";
@@ -36,7 +36,7 @@ TEST(VideoDescriptionExportTask, WritesTitlesAndDescriptionsWithoutChapters) {
 
     // A second run replaces nothing: its files take the next counter. Outside debug mode only the line
     // of the written files.
-    run.context.debugMode = false;
+    run.context.settings.debugMode = false;
     run.context.quillt2Text = "Mountain tour";
     VideoDescriptionExportTask("Videobeschreibung", true).execute(run.context);
     EXPECT_EQ(std::filesystem::file_size(second), 0u);

@@ -32,7 +32,7 @@ struct TaskRun {
 
     TaskRun(const std::string& xml, RoleEffectMappings mappings) {
         context.xmlDocument = XmlDocument::parse(xml);
-        context.roleEffectMappings = std::move(mappings);
+        context.settings.roleEffectMappings = std::move(mappings);
         context.logger = log.logger();
     }
 
@@ -46,7 +46,7 @@ TEST(RoleEffectExportTaskRun, SkipsWithoutAssignmentsAndLeavesTheDocumentAlone) 
     EXPECT_EQ(run.log.lines(), Lines{"ℹ️ DEBUG: Effekt-Export übersprungen (keine Effekte zugewiesen)"});
     EXPECT_EQ(run.context.xmlDocument->serialize(false), before);
 
-    run.context.debugMode = false;
+    run.context.settings.debugMode = false;
     run.execute();
     EXPECT_EQ(run.log.lines().size(), 1u);
 }

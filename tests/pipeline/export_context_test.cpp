@@ -22,7 +22,7 @@ ExportContext contextFor(ExportActionType type, const std::string& originalFileN
     ExportContext context;
     context.actionType = type;
     context.originalFileName = originalFileName;
-    context.outputDirectory = "/out";
+    context.settings.outputDirectory = "/out";
     return context;
 }
 

@@ -20,7 +20,10 @@
 #include <QProgressBar>
 #include <QSettings>
 #include <QTest>
+#include <algorithm>
 #include <csignal>
+#include <iterator>
+#include <set>
 
 namespace tidyreel::test {
 namespace {
@@ -101,6 +104,12 @@ TEST_F(WindowTest, ProjectAndEffectArriveByDrop) {
     EXPECT_EQ(labelText(interview->findChild<QLabel*>("effectDrop")), "✦ ClipwrightEffekt");
     EXPECT_TRUE(interview->findChild<QCheckBox*>()->isChecked());
     screenshot(window_.get(), "03-loaded-with-effect");
+    switchLanguage("en-US");
+    EXPECT_EQ(labelText(find<QWidget>("role:Interview")->findChild<QLabel*>("effectDrop")),
+              "✦ ClipwrightEffekt");
+    screenshot(window_.get(), "03-loaded-with-effect-en");
+    switchLanguage("de-DE");
+    interview = find<QWidget>("role:Interview");  // the rows are built anew with the texts
 
     // Unticking the role takes its effect away again.
     interview->findChild<QCheckBox*>()->click();
@@ -148,6 +157,11 @@ TEST_F(WindowTest, GradingAndDescriptionRunsReportInlineAndInTheLog) {
 
 TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     const std::filesystem::path project = twoRolesProject(folder_ / "media");
+    // The real ffmpeg, paced to eight times real time and reporting ten times a second, so that even
+    // the short encodes of this project last long enough for the bar to be seen moving inside them.
+    const ScopedEnvironment pacedFFmpeg(
+        "TIDYREEL_FFMPEG",
+        writeScript(folder_ / "bin" / "ffmpeg", "exec ffmpeg -stats_period 0.1 -readrate 8 \"$@\"").string());
     viewModel_->chooseOutputFolder(folder_ / "out");
     std::filesystem::create_directories(folder_ / "out");
     drop(find<QWidget>("projectDrop"), project);
@@ -163,16 +177,46 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     settle();
     EXPECT_EQ(viewModel_->includedRoles(), (std::set<std::string>{"Drone", "Interview"}));
     screenshot(window_.get(), "05-archiving-tab");
+    switchLanguage("en-US");
+    EXPECT_EQ(find<QAbstractButton>("startArchiving")->text(), "Archive");
+    screenshot(window_.get(), "05-archiving-tab-en");
+    switchLanguage("de-DE");
 
     find<QAbstractButton>("startArchiving")->click();
     settle();
     EXPECT_TRUE(viewModel_->isProcessing());
     EXPECT_TRUE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
-    ASSERT_TRUE(waitFor([this] { return viewModel_->processingProgress().has_value(); }));
-    EXPECT_THAT(labelText(find<QLabel>("processingSteps")).toStdString(), HasSubstr(" von "));
-    screenshot(window_.get(), "06-archive-overlay");
-    ASSERT_TRUE(waitFor([this] { return !viewModel_->isProcessing(); }));
+    // The bar and the file line as the overlay showed them whenever a report came from inside an encode.
+    auto* bar = window_->findChild<QProgressBar*>("processingBar");
+    auto* file = window_->findChild<QLabel*>("processingItem");
+    std::vector<int> barValues;
+    std::set<std::string> files;
+    bool pictured = false;
+    ASSERT_TRUE(waitFor([&] {
+        const std::optional<ProcessingProgress>& progress = viewModel_->processingProgress();
+        if (progress && progress->stepFraction > 0 && file->isVisible()) {
+            barValues.push_back(bar->value());
+            files.insert(file->text().toStdString());
+            // The first encode about half done: its bar a quarter full.
+            if (!pictured && bar->value() >= 200 && bar->value() < 500) {
+                pictured = true;
+                EXPECT_EQ(labelText(find<QLabel>("processingSteps")), "0 von 2");
+                screenshot(window_.get(), "06-archive-overlay");
+            }
+        }
+        return !viewModel_->isProcessing();
+    }));
     EXPECT_FALSE(window_->findChild<QWidget*>("processingOverlay")->isVisible());
+    EXPECT_TRUE(pictured);
+    EXPECT_EQ(files, (std::set<std::string>{"Trimme Video: Drohne.mov", "Trimme Video: Interview.mov"}));
+    // Two steps share the bar (0 to 1000): inside the first encode it stands at two or more places
+    // between empty and half, and it never goes back.
+    std::set<int> insideFirstEncode;
+    std::copy_if(barValues.begin(), barValues.end(),
+                 std::inserter(insideFirstEncode, insideFirstEncode.end()),
+                 [](int value) { return value > 0 && value < 500; });
+    EXPECT_GE(insideFirstEncode.size(), 2u);
+    EXPECT_TRUE(std::is_sorted(barValues.begin(), barValues.end()));
 
     ASSERT_TRUE(viewModel_->lastArchiveReport().has_value());
     EXPECT_THAT(labelText(find<QLabel>("reportLine")).toStdString(), HasSubstr("Original "));
@@ -245,6 +289,16 @@ TEST_F(WindowTest, InformationPopupsOpenAndEscapeClosesThem) {
         settle();
         EXPECT_EQ(QApplication::activeModalWidget(), nullptr) << button.toStdString();
     }
+
+    switchLanguage("en-US");
+    find<QAbstractButton>("clipTrimmingInfo")->click();
+    settle();
+    auto* popup = dynamic_cast<ui::InfoPopup*>(QApplication::activeModalWidget());
+    ASSERT_NE(popup, nullptr);
+    EXPECT_EQ(popup->windowTitle(), "Trim Clips");
+    screenshot(popup, "09-popup-clipTrimmingInfo-en");
+    QTest::keyClick(popup, Qt::Key_Escape);
+    settle();
 }
 
 TEST_F(WindowTest, SettingsSheetEditsDescriptionsAndForgetsAssignments) {
@@ -272,6 +326,9 @@ TEST_F(WindowTest, SettingsSheetEditsDescriptionsAndForgetsAssignments) {
     EXPECT_EQ(QSettings().value("youtubeDescription1").toString(), "🎬 Hallo");
     EXPECT_EQ(labelText(first->findChild<QLabel*>("storedDescription")), "🎬 Hallo");
     screenshot(settings, "10-settings");
+    switchLanguage("en-US");
+    screenshot(settings, "10-settings-en");
+    switchLanguage("de-DE");
 
     settings->findChild<QAbstractButton*>("deleteMappings")->click();
     settle();

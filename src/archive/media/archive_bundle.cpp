@@ -3,10 +3,12 @@
 #include "archive/media/bundled_asset_registry.h"
 #include "base/language.h"
 #include "base/utf8.h"
+#include "fcpxml/xml.h"
 #include "platform/file_write.h"
 
 #include <fmt/format.h>
 
+#include <cstdio>
 #include <fstream>
 #include <iterator>
 
@@ -30,7 +32,32 @@ std::string projectIdentity(const std::filesystem::path& sourceURL) {
     return std::filesystem::absolute(sourceURL, status).lexically_normal().string();
 }
 
+// The first bundle-capable version.
+constexpr int kFirstBundleMinorVersion = 10;
+
+std::string archiveExtension(const ArchiveExportContext& context) {
+    return !context.xmlDocument || archivesAsBundle(*context.xmlDocument) ? ".fcpxmld" : "";
+}
+
 }  // namespace
+
+bool archivesAsBundle(const XmlDocument& document) {
+    const XmlElement root = document.root();
+    const std::string version = root ? root.attribute("version").value_or("") : "";
+    int major = 0;
+    int minor = 0;
+    if (std::sscanf(version.c_str(), "%d.%d", &major, &minor) != 2) {
+        return true;
+    }
+    return major > 1 || minor >= kFirstBundleMinorVersion;
+}
+
+std::filesystem::path archiveDocumentURL(const std::filesystem::path& archive) {
+    if (archive.extension() == ".fcpxmld") {
+        return archive / "Info.fcpxml";
+    }
+    return archive / (archive.filename().string() + ".fcpxml");
+}
 
 std::string sanitisedProjectName(const std::string& projectName) {
     std::string name;
@@ -55,7 +82,8 @@ std::filesystem::path archiveBundleURL(const ArchiveExportContext& context) {
     if (!context.bundleURL.empty()) {
         return context.bundleURL;
     }
-    return context.outputDirectory / ("archiv_" + sanitisedProjectName(context.projectName) + ".fcpxmld");
+    return context.settings.outputDirectory /
+           ("archiv_" + sanitisedProjectName(context.projectName) + archiveExtension(context));
 }
 
 std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
@@ -64,7 +92,8 @@ std::filesystem::path chooseArchiveBundle(const ArchiveExportContext& context) {
     std::error_code status;
     for (int number = 1;; ++number) {
         const std::string numbered = number == 1 ? name : name + " " + std::to_string(number);
-        const std::filesystem::path bundle = context.outputDirectory / (numbered + ".fcpxmld");
+        const std::filesystem::path bundle =
+            context.settings.outputDirectory / (numbered + archiveExtension(context));
         const bool holdsSource = std::filesystem::equivalent(bundle, context.sourceURL.parent_path(), status);
         if (!std::filesystem::exists(std::filesystem::symlink_status(bundle, status))) {
             return bundle;

@@ -16,26 +16,28 @@ void append(std::vector<std::string>& arguments, std::vector<std::string> more) 
                      std::make_move_iterator(more.end()));
 }
 
-// The part of a segment read before its first kept frame: half a frame, so that rounding in the
-// printed seek time can neither drop the first frame nor take the one before it.
-Rational leadIn(const Segment& segment, const std::optional<Rational>& frameDuration) {
-    if (!frameDuration) {
-        return Rational::zero();
-    }
-    return std::min(*frameDuration / 2, std::max(segment.start, Rational::zero()));
-}
-
-std::string segmentFilters(std::size_t index, const Segment& segment,
+// Picks a segment's frames out of what is read from `seek` on. ffmpeg counts the frames' timestamps from
+// the keyframe reading starts at (the seek time rounded onto the stream's clock), so moving them by the
+// whole number of clock ticks from that keyframe to the segment's start puts the start exactly at 0. The
+// fps filter then gives every frame slot the last frame starting before the slot's middle (a frame a
+// little late or early on a phone's clock still fills its own slot), and the trim keeps the segment's
+// number of slots.
+std::string segmentFilters(std::size_t index, const SegmentCut& cut, Rational seek,
                            const std::optional<Rational>& frameDuration, bool withAudio) {
-    const Rational lead = leadIn(segment, frameDuration);
-    const std::string videoCut = frameDuration
-                                     ? fmt::format("trim=end_frame={}", framesIn(segment, *frameDuration))
-                                     : "trim=duration=" + ffmpegSeconds(segment.length().doubleValue());
-    std::string filters = fmt::format("[{0}:v:0]{1},setpts=PTS-STARTPTS[v{0}];", index, videoCut);
+    const HalfOpenRange& segment = cut.segment;
+    const Rational toStart = segment.start - std::min(cut.readFrom, segment.start);
+    const std::string picked =
+        frameDuration
+            ? fmt::format("fps=fps={}:start_time=0:round=near,trim=end_frame={}",
+                          (Rational::one() / *frameDuration).description(), framesIn(segment, *frameDuration))
+            : "trim=start=0:duration=" + ffmpegSeconds(segment.length().doubleValue()) +
+                  ",setpts=PTS-STARTPTS";
+    std::string filters =
+        fmt::format("[{0}:v:0]setpts=PTS-round({1}/TB),{2}[v{0}];", index, toStart.description(), picked);
     if (withAudio) {
-        filters +=
-            fmt::format("[{0}:a:0]atrim=start={1}:duration={2},asetpts=PTS-STARTPTS[a{0}];", index,
-                        ffmpegSeconds(lead.doubleValue()), ffmpegSeconds(segment.length().doubleValue()));
+        filters += fmt::format("[{0}:a:0]atrim=start={1}:duration={2},asetpts=PTS-STARTPTS[a{0}];", index,
+                               ffmpegSeconds((segment.start - seek).doubleValue()),
+                               ffmpegSeconds(segment.length().doubleValue()));
     }
     return filters;
 }
@@ -160,24 +162,27 @@ std::vector<std::string> concatArguments(const std::filesystem::path& output) {
     return arguments;
 }
 
+Rational seekTime(Rational time) {
+    return time.snappedToFrameGridFloor(Rational(1, 1000000));
+}
+
 std::vector<std::string> x265Arguments(const std::filesystem::path& input,
                                        const std::filesystem::path& output,
-                                       const std::vector<Segment>& segments,
+                                       const std::vector<SegmentCut>& cuts,
                                        const std::optional<Rational>& frameDuration, bool withAudio) {
     std::vector<std::string> arguments{"-nostdin"};
     std::string filters;
     std::string joined;
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Segment& segment = segments[i];
-        const Rational lead = leadIn(segment, frameDuration);
-        // Reading stops one frame after the segment; the trim filters decide exactly what is kept.
-        const Rational readLength = segment.length() + lead + frameDuration.value_or(Rational::zero());
-        append(arguments, {"-ss", ffmpegSeconds((segment.start - lead).doubleValue()), "-t",
+    for (std::size_t i = 0; i < cuts.size(); ++i) {
+        const Rational seek = seekTime(std::min(cuts[i].readFrom, cuts[i].segment.start));
+        // Reading stops one frame after the segment; the filters decide exactly what is kept.
+        const Rational readLength = cuts[i].segment.end - seek + frameDuration.value_or(Rational::zero());
+        append(arguments, {"-ss", ffmpegSeconds(seek.doubleValue()), "-t",
                            ffmpegSeconds(readLength.doubleValue()), "-i", input.string()});
-        filters += segmentFilters(i, segment, frameDuration, withAudio);
+        filters += segmentFilters(i, cuts[i], seek, frameDuration, withAudio);
         joined += withAudio ? fmt::format("[v{0}][a{0}]", i) : fmt::format("[v{0}]", i);
     }
-    filters += fmt::format("{}concat=n={}:v=1:a={}[v]{}", joined, segments.size(), withAudio ? 1 : 0,
+    filters += fmt::format("{}concat=n={}:v=1:a={}[v]{}", joined, cuts.size(), withAudio ? 1 : 0,
                            withAudio ? "[a]" : "");
     append(arguments, {"-filter_complex", filters, "-map", "[v]"});
     if (withAudio) {
@@ -194,7 +199,7 @@ std::vector<std::string> x265Arguments(const std::filesystem::path& input,
     return arguments;
 }
 
-std::int64_t framesIn(const Segment& segment, Rational frameDuration) {
+std::int64_t framesIn(const HalfOpenRange& segment, Rational frameDuration) {
     return static_cast<std::int64_t>(std::llround((segment.length() / frameDuration).doubleValue()));
 }
 

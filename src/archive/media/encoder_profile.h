@@ -53,16 +53,29 @@ std::vector<std::string> videoToolboxArguments(const std::filesystem::path& inpu
 /// Joins the segment files named in "concat_list.txt" (relative to the working folder) by stream copy.
 std::vector<std::string> concatArguments(const std::filesystem::path& output);
 
-/// Cuts and joins all segments of one file with libx265 in one run. Each segment is read from half a
-/// frame before its start (fast seek, then exact decoding) and keeps exactly its number of frames, so
-/// every kept frame lands on the frame grid of the output and the joined pieces line up exactly; audio
-/// is cut to the same times and encoded once, so no priming gap sits between the pieces.
+/// One segment to cut and where reading its source begins: a keyframe at or before the frame shown at the
+/// segment's start, so that this frame decodes even when it is a leading frame of a later keyframe.
+struct SegmentCut {
+    HalfOpenRange segment;
+    Rational readFrom;
+};
+
+/// Where ffmpeg is asked to seek for a read from `time`: that time rounded down to the microseconds it
+/// prints, so that the seek never lands after the keyframe it aims at.
+Rational seekTime(Rational time);
+
+/// Cuts and joins all segments of one file with libx265 in one run. Each segment is read from its
+/// `readFrom` keyframe and picked out by timestamp: with a known frame duration, every frame slot of the
+/// segment shows the source frame starting nearest before the slot's middle (variable-rate sources become
+/// constant-rate on the plan's frame grid), and the segment keeps exactly its number of frames, so the joined
+/// pieces line up with the plan. Audio is cut to the same times and encoded once, so no priming gap sits
+/// between the pieces.
 std::vector<std::string> x265Arguments(const std::filesystem::path& input,
                                        const std::filesystem::path& output,
-                                       const std::vector<Segment>& segments,
+                                       const std::vector<SegmentCut>& cuts,
                                        const std::optional<Rational>& frameDuration, bool withAudio);
 
 /// The number of frames of `frameDuration` in a segment: its length on the frame grid, rounded.
-std::int64_t framesIn(const Segment& segment, Rational frameDuration);
+std::int64_t framesIn(const HalfOpenRange& segment, Rational frameDuration);
 
 }  // namespace tidyreel

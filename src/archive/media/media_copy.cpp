@@ -91,13 +91,19 @@ struct CopyCounts {
     int walked = 0;
 };
 
+// One asset of the copy phase, step `step` of `assetCount`: its progress report (naming the file), then
+// the copy unless the bundle holds it already.
 void copyAsset(ArchiveExportContext& context, XmlElement asset, CopyCounts& counts, int assetCount) {
     const std::optional<std::string> id = asset.attribute("id");
     const std::optional<std::string> src = id ? assetMediaSource(asset) : std::nullopt;
+    ProcessingProgress step(counts.walked++, assetCount, localized("Kopiere Material", "Copying media"));
     if (!src) {
+        context.reportProgress(step);
         return;
     }
     const std::filesystem::path source = MediaPath::path(*src);
+    step.itemName = source.filename().string();
+    context.reportProgress(step);
     const std::string name = claimWholeCopyName(context, source);
     const std::filesystem::path target = archiveMediaFolder(context) / name;
     if (pathExists(target)) {
@@ -110,10 +116,9 @@ void copyAsset(ArchiveExportContext& context, XmlElement asset, CopyCounts& coun
         context.log(LogEntryType::info, "     Ziel: " + target.string());
         std::error_code sizeStatus;
         const double sourceSize = static_cast<double>(std::filesystem::file_size(source, sizeStatus));
-        const std::string progressText = localized("Kopiere Material", "Copying media") + ": " + name;
         const ToolProgress progress = [&](double bytes) {
-            reportStepProgress(context, counts.walked - 1, assetCount, sizeStatus ? 0 : bytes / sourceSize,
-                               progressText);
+            step.stepFraction = sizeStatus ? 0 : bytes / sourceSize;
+            context.reportProgress(step);
         };
         try {
             runCopy(source, target, context, progress);
@@ -172,10 +177,8 @@ int bypassCopyPhase(ArchiveExportContext& context, const std::set<std::string>& 
     }
     const std::vector<XmlElement> assets = copyList(resources, excluded);
     logDiagnosis(context, assets.size());
-    const std::string progressText = localized("Kopiere Material", "Copying media");
     CopyCounts counts;
     for (XmlElement asset : assets) {
-        context.reportProgress(counts.walked++, static_cast<int>(assets.size()), progressText);
         copyAsset(context, asset, counts, static_cast<int>(assets.size()));
     }
     context.bundledAssets->saveMediaNames();

@@ -12,6 +12,7 @@ namespace {
 
 const char* const kNoStream = "No video stream found in ffprobe output";
 const char* const kNoDuration = "duration_ts/time_base nicht in ffprobe output gefunden";
+const char* const kDurationEntries = "stream=time_base,duration_ts:format=duration";
 
 std::vector<std::string> probeArguments(const std::string& entries, const std::filesystem::path& file,
                                         const std::string& streams = "v:0") {
@@ -22,17 +23,20 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
 
 }  // namespace
 
+ProbeSetup probeSetupOf(const ExportContext& context) {
+    return {context.settings.tools, context.settings.toolLimits.ffprobeTime, context.stopToken};
+}
+
 namespace FFProbe {
 
-std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools,
-                     std::stop_token stopToken) {
+std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup& setup) {
     ProcessRequest request;
-    request.executable = locateFFprobe(tools);
+    request.executable = locateFFprobe(setup.tools);
     request.arguments = arguments;
     request.captureStandardOutput = true;
     // A source that never ends (a device, a stalled network share) must not hold the run forever.
-    request.timeLimit = ffprobeTimeLimit();
-    request.stopToken = std::move(stopToken);
+    request.timeLimit = setup.timeLimit;
+    request.stopToken = setup.stopToken;
     const ProcessResult result = runProcess(request);
     if (result.ending == ProcessResult::Ending::timeLimit) {
         throw ProbeError(
@@ -56,28 +60,34 @@ std::vector<std::string> codecProbeArguments(const std::filesystem::path& file) 
 }
 
 std::vector<std::string> durationProbeArguments(const std::filesystem::path& file) {
-    return probeArguments("stream=time_base,duration_ts:format=duration", file);
+    return probeArguments(kDurationEntries, file);
 }
 
-ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools) {
-    return parseCodecProbe(runProbe(codecProbeArguments(file), tools));
+ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseCodecProbe(runProbe(codecProbeArguments(file), setup));
 }
 
-Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools) {
-    return parseDurationProbe(runProbe(durationProbeArguments(file), tools));
+Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseDurationProbe(runProbe(durationProbeArguments(file), setup));
 }
 
-bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools) {
+Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup) {
+    return parseDurationProbe(runProbe(probeArguments(kDurationEntries, file, "a:0"), setup));
+}
+
+bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return audioCodecName(file, tools).has_value();
+        return audioCodecName(file, setup).has_value();
+    } catch (const RunCancelled&) {
+        throw;
     } catch (const Error&) {
         return false;
     }
 }
 
-std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ToolPaths& tools) {
+std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ProbeSetup& setup) {
     const std::optional<nlohmann::json> stream = firstProbeStream(
-        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a:0"), tools)));
+        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a:0"), setup)));
     if (!stream) {
         return std::nullopt;
     }

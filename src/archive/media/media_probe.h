@@ -2,9 +2,11 @@
 
 #include "base/error.h"
 #include "base/error_codes.h"
+#include "pipeline/export_context.h"
 #include "pipeline/run_settings.h"
 #include "time/rational.h"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -33,22 +35,34 @@ public:
         : Error(MediaProbeError::domain, MediaProbeError::failed, message) {}
 };
 
+/// How ffprobe runs: which one, how long it may take, and the stop request of the run it serves (a stop
+/// ends the probe at once with `RunCancelled`).
+struct ProbeSetup {
+    ToolPaths tools;                                                 ///< the configured ffprobe
+    std::chrono::milliseconds timeLimit = ToolLimits{}.ffprobeTime;  ///< stopped as failed after this
+    std::stop_token stopToken;                                       ///< the run's stop request
+};
+
+/// The probe setup of a run: its ffprobe and time limit, stopped with the run.
+ProbeSetup probeSetupOf(const ExportContext& context);
+
 namespace FFProbe {
 
-/// Runs the run's ffprobe with `arguments` and returns its standard output; stopped after
-/// `ffprobeTimeLimit()` and on a stop request (`RunCancelled`); throws `ProbeError` on failure.
-std::string runProbe(const std::vector<std::string>& arguments, const ToolPaths& tools,
-                     std::stop_token stopToken = {});
+/// Runs ffprobe as `setup` says with `arguments` and returns its standard output; stopped after the
+/// setup's time limit and on its stop request (`RunCancelled`); throws `ProbeError` on failure.
+std::string runProbe(const std::vector<std::string>& arguments, const ProbeSetup& setup);
 
 /// Codec facts of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
-ProbeResult probeCodec(const std::filesystem::path& file, const ToolPaths& tools);
+ProbeResult probeCodec(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Exact length of the file's first video stream; throws `ProbeError`.
-Rational probeDuration(const std::filesystem::path& file, const ToolPaths& tools);
-/// Whether the file has an audio stream; false when ffprobe cannot tell.
-bool hasAudioStream(const std::filesystem::path& file, const ToolPaths& tools);
+Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setup);
+/// Exact length of the file's first sound stream; throws `ProbeError`.
+Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup);
+/// Whether the file has an audio stream; false when ffprobe cannot tell (a stop request still throws).
+bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup);
 /// The codec of the file's first audio stream ("pcm_s24le", "aac"); no value without audio; throws
 /// `ProbeError`.
-std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ToolPaths& tools);
+std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ProbeSetup& setup);
 
 /// The nine arguments of the codec probe.
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);

@@ -5,8 +5,10 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
+#include "archive/media/piece_timing.h"
 #include "archive/media/stream_copy_cut.h"
 #include "archive/media/tool_runner.h"
+#include "archive/media/video_packets.h"
 #include "base/error.h"
 #include "base/error_codes.h"
 #include "base/file_names.h"
@@ -24,7 +26,7 @@ namespace {
 // How much shorter than planned a cut may come out: frame snapping and rounding, never a lost second.
 const Rational kShortCutTolerance(1, 2);
 
-std::string gotLine(const char* function, const Segment& segment) {
+std::string gotLine(const char* function, const HalfOpenRange& segment) {
     return fmt::format("       {} got: {}..{}", function, shortestDecimal(segment.start.doubleValue()),
                        shortestDecimal(segment.end.doubleValue()));
 }
@@ -59,7 +61,7 @@ struct TrimJob {
 };
 
 // The cut of one segment as the profile makes it: stream copy, or VideoToolbox re-encoding.
-std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& segment,
+std::vector<std::string> singleCutArguments(const TrimJob& job, const HalfOpenRange& segment,
                                             const std::filesystem::path& output) {
     const double start = segment.start.doubleValue();
     const double duration = segment.length().doubleValue();
@@ -75,18 +77,21 @@ std::vector<std::string> singleCutArguments(const TrimJob& job, const Segment& s
     return streamCopyArguments(job.source, output, start, duration);
 }
 
-void cutSegment(const TrimJob& job, const Segment& segment, const std::filesystem::path& output,
-                const std::string& label) {
+// `secondsBefore`: how much of the asset's planned length the pieces cut before this one hold, so that
+// the progress of one piece continues where the last one ended.
+void cutSegment(const TrimJob& job, const HalfOpenRange& segment, const std::filesystem::path& output,
+                const std::string& label, double secondsBefore = 0) {
     if (job.streamCopy) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegmentStreamCopy", segment));
     } else {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
     }
-    runFFmpeg(singleCutArguments(job, segment, output), label, std::nullopt, job.context, job.progress);
+    const ToolProgress progress = [&](double seconds) { job.progress(secondsBefore + seconds); };
+    runFFmpeg(singleCutArguments(job, segment, output), label, std::nullopt, job.context, progress);
 }
 
 std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::filesystem::path>& pieces) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     if (job.streamCopy) {
         job.context.log(
             LogEntryType::info,
@@ -97,7 +102,7 @@ std::vector<Rational> measuredDrifts(const TrimJob& job, const std::vector<std::
     for (std::size_t i = 0; i < segments.size(); ++i) {
         const Rational nominal = segments[i].length();
         try {
-            const Rational measured = FFProbe::probeDuration(pieces[i], job.context.tools);
+            const Rational measured = FFProbe::probeDuration(pieces[i], probeSetupOf(job.context));
             drifts.push_back(measured - nominal);
             job.context.log(LogEntryType::info,
                             fmt::format("       Segment {}: nominal={}, gemessen={}, drift={}", i + 1,
@@ -124,9 +129,10 @@ void writeConcatList(const std::filesystem::path& folder, const std::vector<std:
 
 // One run per segment into a temporary folder, then the concat demuxer joins the pieces.
 std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
     outputs.segmentFolder = makeSegmentDirectory(job.plan.assetID);
     std::vector<std::filesystem::path> pieces;
+    Rational secondsBefore = Rational::zero();
     for (std::size_t i = 0; i < segments.size(); ++i) {
         pieces.push_back(*outputs.segmentFolder / fmt::format("seg_{}.{}", i, job.extension));
         if (job.streamCopy) {
@@ -135,7 +141,9 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
                                         "Stream-Copy",
                                         i + 1, segments.size()));
         }
-        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()));
+        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()),
+                   secondsBefore.doubleValue());
+        secondsBefore = secondsBefore + segments[i].length();
     }
     std::vector<Rational> drifts = measuredDrifts(job, pieces);
     writeConcatList(*outputs.segmentFolder, pieces);
@@ -146,34 +154,55 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
     return drifts;
 }
 
-// All segments in one libx265 run. Each piece keeps exactly its frames, so its length is known without
-// measuring: the drift is what the frame count adds to the planned length.
+// Where each segment of the written file really begins and how long it lasts, from its frames'
+// timestamps; the drifts the timing rewrite needs (none for one segment, whose length it probes itself).
+std::vector<Rational> measuredX265Drifts(const TrimJob& job, const std::filesystem::path& file) {
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    std::vector<Rational> drifts;
+    if (!job.plan.frameDuration) {
+        job.context.log(
+            LogEntryType::info,
+            "       Ohne Frame-Raster: Versatz der Segmente nicht messbar, drift nicht korrigiert");
+        return drifts;
+    }
+    const std::vector<PieceTiming> pieces =
+        measurePieces(probeVideoPackets(file, probeSetupOf(job.context)), segments, *job.plan.frameDuration);
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        job.context.log(LogEntryType::info, pieceTimingLine(i + 1, pieces[i], *job.plan.frameDuration));
+        drifts.push_back(pieces[i].drift());
+    }
+    return segments.size() < 2 ? std::vector<Rational>{} : drifts;
+}
+
+// The keyframe a segment is read from; the file's start when ffprobe cannot list the source's packets,
+// which is slower but just as exact, as the frames are picked by their timestamps.
+Rational readStart(const TrimJob& job, Rational time) {
+    try {
+        return decodeStart(job.source, probeSetupOf(job.context), time);
+    } catch (const RunCancelled&) {
+        throw;
+    } catch (const Error& error) {
+        job.context.log(LogEntryType::info,
+                        fmt::format("       Keyframe vor {} nicht ermittelbar ({}) → Lesen ab Dateianfang",
+                                    time.toFCPXML(), error.what()));
+        return Rational::zero();
+    }
+}
+
+// All segments in one libx265 run, each read from the keyframe its first frame decodes from.
 std::vector<Rational> cutAndJoinX265(const TrimJob& job, const TrimOutputs& outputs) {
-    const std::vector<Segment>& segments = job.plan.segments;
-    for (const Segment& segment : segments) {
+    const std::vector<HalfOpenRange>& segments = job.plan.segments;
+    std::vector<SegmentCut> cuts;
+    for (const HalfOpenRange& segment : segments) {
         job.context.log(LogEntryType::info, gotLine("trimSingleSegment", segment));
+        cuts.push_back({segment, readStart(job, segment.start)});
     }
     const std::string label =
         segments.size() == 1 ? "Trim" : fmt::format("Trim + Concat ({} Segmente)", segments.size());
-    runFFmpeg(x265Arguments(job.source, outputs.output, segments, job.plan.frameDuration,
-                            FFProbe::hasAudioStream(job.source, job.context.tools)),
+    runFFmpeg(x265Arguments(job.source, outputs.output, cuts, job.plan.frameDuration,
+                            FFProbe::hasAudioStream(job.source, probeSetupOf(job.context))),
               label, std::nullopt, job.context, job.progress);
-    std::vector<Rational> drifts;
-    if (segments.size() < 2) {
-        return drifts;
-    }
-    for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Rational nominal = segments[i].length();
-        const Rational produced =
-            job.plan.frameDuration
-                ? Rational(framesIn(segments[i], *job.plan.frameDuration)) * *job.plan.frameDuration
-                : nominal;
-        drifts.push_back(produced - nominal);
-        job.context.log(LogEntryType::info,
-                        fmt::format("       Segment {}: nominal={}, frame-genau={}, drift={}", i + 1,
-                                    nominal.toFCPXML(), produced.toFCPXML(), drifts.back().toFCPXML()));
-    }
-    return drifts;
+    return measuredX265Drifts(job, outputs.output);
 }
 
 std::vector<Rational> cut(const TrimJob& job, TrimOutputs& outputs) {
@@ -249,19 +278,25 @@ std::string pathSafeID(const std::string& assetID) {
 
 // A cut counts once its file is there, decodes, and is not shorter than planned (a stopped encode
 // leaves a short file that still decodes).
-void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ToolPaths& tools) {
+void checkTrimmedFile(const std::filesystem::path& file, Rational planned, const ProbeSetup& probe) {
     std::error_code status;
     if (std::filesystem::file_size(file, status) == 0 || status) {
         throw Error(TrimError::domain, TrimError::emptyFile,
                     localized("Geschnittene Datei ist leer", "Trimmed file is empty"));
     }
-    const Rational measured = FFProbe::probeDuration(file, tools);
+    const Rational measured = FFProbe::probeDuration(file, probe);
     if (measured < planned - kShortCutTolerance) {
         throw Error(
             TrimError::domain, TrimError::tooShort,
             fmt::format("{}: {} < {}", localized("Geschnittene Datei zu kurz", "Trimmed file too short"),
                         measured.toFCPXML(), planned.toFCPXML()));
     }
+}
+
+// The trim phase's progress for one plan: its step, and the file it cuts.
+ProcessingProgress trimProgress(const TrimPlan& plan, int step, int steps) {
+    return {step, steps, localized("Trimme Video", "Trimming video"), 0,
+            std::filesystem::path(plan.originalPath).filename().string()};
 }
 
 void placeTrimmedFile(const std::filesystem::path& partial, const std::filesystem::path& target) {
@@ -304,17 +339,17 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
     const std::filesystem::path target = archiveMediaFolder(context) / name;
     TrimOutputs outputs{temporarySibling(target), std::nullopt};
     const double total = totalLength(plan.segments).doubleValue();
-    const std::string progressText =
-        localized("Trimme Video", "Trimming video") + ": " + source.filename().string();
-    TrimJob job{plan,
-                context,
-                source,
-                fileNameExtension(source.filename().string()),
-                false,
-                selectedEncoderProfile(context.encoder),
-                [&, progressStep, progressSteps](double seconds) {
-                    reportStepProgress(context, progressStep, progressSteps, seconds / total, progressText);
-                }};
+    TrimJob job{
+        plan,
+        context,
+        source,
+        fileNameExtension(source.filename().string()),
+        false,
+        selectedEncoderProfile(context.settings.encoder),
+        [&context, step = trimProgress(plan, progressStep, progressSteps), total](double seconds) mutable {
+            step.stepFraction = seconds / total;
+            context.reportProgress(step);
+        }};
     try {
         requireRegularFile(source);
         TrimmedMedia trimmed{target, {}, plan.segments};
@@ -323,11 +358,11 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
             trimmed = {target, std::move(copied->drifts), std::move(copied->segments), CutMethod::streamCopy};
         } else {
             job.profile = job.profile == EncoderProfile::copy ? defaultEncoderProfile() : job.profile;
-            job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, context.tools));
+            job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
             trimmed.drifts = cut(job, outputs);
             trimmed.cut = job.streamCopy ? CutMethod::streamCopy : CutMethod::reEncode;
         }
-        checkTrimmedFile(outputs.output, totalLength(plan.segments), context.tools);
+        checkTrimmedFile(outputs.output, totalLength(plan.segments), probeSetupOf(context));
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(
             plan.assetID, Registration{"./Media/" + name, plan.originalSrc, true, trimmed.cut});
@@ -364,6 +399,7 @@ void fallbackCopy(const TrimPlan& plan, ArchiveExportContext& context) {
 
 std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExportContext& context, int index,
                                              int count) {
+    context.reportProgress(trimProgress(plan, index, count));
     logFrameSnaps(plan, context);
     context.log(LogEntryType::info, "  → Schneide Asset " + plan.assetID + "...");
     std::optional<TrimmedMedia> trimmed;

@@ -14,9 +14,10 @@ namespace tidyreel {
 
 /// A trimmed media file and how much longer than planned each of its pieces came out.
 struct TrimmedMedia {
-    std::filesystem::path file;     ///< the new file in the bundle's `Media` folder
-    std::vector<Rational> drifts;   ///< one per segment for several segments; empty for one
-    std::vector<Segment> segments;  ///< the media ranges the file holds: the plan's, or widened to keyframes
+    std::filesystem::path file;    ///< the new file in the bundle's `Media` folder
+    std::vector<Rational> drifts;  ///< one per segment for several segments; empty for one
+    std::vector<HalfOpenRange>
+        segments;  ///< the media ranges the file holds: the plan's, or widened to keyframes
     CutMethod cut = CutMethod::reEncode;  ///< whether the pictures were copied or encoded anew
 };
 
@@ -36,7 +37,8 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
 /// repoints it; logs its own failure instead of throwing.
 void fallbackCopy(const TrimPlan& plan, ArchiveExportContext& context);
 
-/// One plan of the trim phase: frame-snap lines, the trim, and the whole copy when the trim fails.
+/// One plan of the trim phase, step `index` of `count`: its progress report (naming the source file),
+/// frame-snap lines, the trim, and the whole copy when the trim fails.
 /// Returns the trimmed media, or no value when the source was copied whole (or not at all).
 std::optional<TrimmedMedia> trimPlannedAsset(const TrimPlan& plan, ArchiveExportContext& context, int index,
                                              int count);

@@ -54,7 +54,7 @@ Rational shownEndOf(const std::vector<VideoPacket>& packets) {
 }
 
 // The presentation times of the pictures shown inside `range`, counted from its start, ascending.
-std::vector<Rational> shownTimesIn(const std::vector<VideoPacket>& packets, const Segment& range) {
+std::vector<Rational> shownTimesIn(const std::vector<VideoPacket>& packets, const HalfOpenRange& range) {
     std::vector<Rational> times;
     for (const VideoPacket& packet : packets) {
         if (packet.time >= range.start && packet.time < range.end) {
@@ -77,8 +77,8 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
 // The written file must show exactly the source's pictures at the same distances, the first at zero
 // and decodable on its own.
 void requireSamePictures(const std::filesystem::path& written, const std::vector<Rational>& expected,
-                         const ToolPaths& tools) {
-    const std::vector<VideoPacket> packets = probeVideoPackets(written, tools);
+                         const ProbeSetup& probe) {
+    const std::vector<VideoPacket> packets = probeVideoPackets(written, probe);
     std::vector<Rational> shown;
     for (const VideoPacket& packet : packets) {
         shown.push_back(packet.time);
@@ -105,11 +105,12 @@ void writeJoinList(const std::filesystem::path& folder, const std::vector<std::f
     writeFileAtomically(folder / "concat_list.txt", list);
 }
 
-std::string rangeText(const Segment& segment) {
+std::string rangeText(const HalfOpenRange& segment) {
     return shortestDecimal(segment.start.doubleValue()) + ".." + shortestDecimal(segment.end.doubleValue());
 }
 
-void logWidening(const TrimPlan& plan, const std::vector<Segment>& widened, const ExportContext& context) {
+void logWidening(const TrimPlan& plan, const std::vector<HalfOpenRange>& widened,
+                 const ExportContext& context) {
     for (std::size_t i = 0; i < widened.size(); ++i) {
         context.log(LogEntryType::info, fmt::format("       → Segment {}/{}: Stream-Copy {} (Keyframes)",
                                                     i + 1, widened.size(), rangeText(widened[i])));
@@ -126,12 +127,12 @@ struct CopySource {
     std::optional<std::string> audioCodec;
 };
 
-CopySource probedSource(const TrimPlan& plan, const std::filesystem::path& source, const ToolPaths& tools) {
-    if (const std::optional<std::string> obstacle = streamCopyObstacle(plan, tools)) {
+CopySource probedSource(const TrimPlan& plan, const std::filesystem::path& source, const ProbeSetup& probe) {
+    if (const std::optional<std::string> obstacle = streamCopyObstacle(plan, probe)) {
         throw StreamCopyUnsuitable(*obstacle);
     }
-    CopySource copy{source, probeVideoPackets(source, tools), *plan.frameDuration / 2,
-                    FFProbe::audioCodecName(source, tools)};
+    CopySource copy{source, probeVideoPackets(source, probe), *plan.frameDuration / 2,
+                    FFProbe::audioCodecName(source, probe)};
     if (copy.packets.empty()) {
         throw StreamCopyUnsuitable("keine Videopakete");
     }
@@ -148,7 +149,7 @@ public:
         // The window starts half a frame after the keyframe, so reading begins exactly at it.
         const Rational from = keyframe + copy_.halfFrame;
         const std::vector<VideoPacket> decoded =
-            probeVideoPackets(copy_.file, context_.tools, PacketWindow{from, from + 1}, context_.stopToken);
+            probeVideoPackets(copy_.file, probeSetupOf(context_), PacketWindow{from, from + 1});
         const auto first = std::find_if(decoded.begin(), decoded.end(),
                                         [](const VideoPacket& packet) { return packet.keyframe; });
         if (first == decoded.end() || first->time != keyframe) {
@@ -170,14 +171,14 @@ private:
 };
 
 // Copies one range into `output` and checks it; returns how long it shows.
-Rational copyPiece(const CopySource& copy, const Segment& range, const std::filesystem::path& output,
+Rational copyPiece(const CopySource& copy, const HalfOpenRange& range, const std::filesystem::path& output,
                    PieceUse use, const std::string& label, const ExportContext& context,
                    const ToolProgress& progress) {
     runFFmpeg(pieceCopyArguments(copy.file, output, range, copy.halfFrame, copy.audioCodec, use), label,
               std::nullopt, context, progress);
     const std::vector<Rational> expected = shownTimesIn(copy.packets, range);
-    requireSamePictures(output, expected, context.tools);
-    return shownEndOf(probeVideoPackets(output, context.tools));
+    requireSamePictures(output, expected, probeSetupOf(context));
+    return shownEndOf(probeVideoPackets(output, probeSetupOf(context)));
 }
 
 // A join must decode across without a complaint: after a keyframe that is no clean start of the stream (an
@@ -187,7 +188,7 @@ void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rati
                        const ExportContext& context) {
     for (const Rational join : joins) {
         ProcessRequest request;
-        request.executable = locateFFmpeg(context.tools);
+        request.executable = locateFFmpeg(context.settings.tools);
         request.arguments = {"-nostdin",
                              "-v",
                              "error",
@@ -216,7 +217,7 @@ void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rati
     }
 }
 
-std::vector<Rational> joinedTimes(const CopySource& copy, const std::vector<Segment>& ranges,
+std::vector<Rational> joinedTimes(const CopySource& copy, const std::vector<HalfOpenRange>& ranges,
                                   const std::vector<Rational>& lengths) {
     std::vector<Rational> times;
     Rational offset;
@@ -231,8 +232,9 @@ std::vector<Rational> joinedTimes(const CopySource& copy, const std::vector<Segm
 
 // One piece per range in a temporary folder, joined into `output`; returns each piece's shown length.
 std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
-                                  const std::vector<Segment>& ranges, const std::filesystem::path& output,
-                                  const ExportContext& context, const ToolProgress& progress) {
+                                  const std::vector<HalfOpenRange>& ranges,
+                                  const std::filesystem::path& output, const ExportContext& context,
+                                  const ToolProgress& progress) {
     const std::filesystem::path folder = makeSegmentDirectory(plan.assetID);
     const std::string extension = fileNameExtension(copy.file.filename().string());
     std::vector<std::filesystem::path> pieces;
@@ -261,7 +263,7 @@ std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
     }
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
-    requireSamePictures(output, joinedTimes(copy, ranges, lengths), context.tools);
+    requireSamePictures(output, joinedTimes(copy, ranges, lengths), probeSetupOf(context));
     std::vector<Rational> joins;
     Rational join;
     for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
@@ -275,11 +277,11 @@ std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
 
 StreamCopyUnsuitable::StreamCopyUnsuitable(const std::string& reason) : Error(kStreamCopyDomain, 1, reason) {}
 
-std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ToolPaths& tools) {
+std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe) {
     if (!plan.frameDuration) {
         return "kein festes Frame-Raster";
     }
-    const std::string codec = FFProbe::probeCodec(plan.originalPath, tools).codecName;
+    const std::string codec = FFProbe::probeCodec(plan.originalPath, probe).codecName;
     if (!isCopyableCodec(codec)) {
         return "Codec " + codec + " nicht kopierbar";
     }
@@ -287,7 +289,7 @@ std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ToolPa
 }
 
 std::vector<std::string> pieceCopyArguments(const std::filesystem::path& source,
-                                            const std::filesystem::path& output, const Segment& piece,
+                                            const std::filesystem::path& output, const HalfOpenRange& piece,
                                             Rational halfFrame, const std::optional<std::string>& audioCodec,
                                             PieceUse use) {
     const Rational start = piece.start;
@@ -338,9 +340,9 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
                                  const std::filesystem::path& output, ArchiveExportContext& context,
                                  const ToolProgress& progress) {
     try {
-        const CopySource copy = probedSource(plan, source, context.tools);
+        const CopySource copy = probedSource(plan, source, probeSetupOf(context));
         const ClosedKeyframes closed{copy, context};
-        const std::optional<std::vector<Segment>> ranges = widenToKeyframes(
+        const std::optional<std::vector<HalfOpenRange>> ranges = widenToKeyframes(
             plan.segments, keyframeTimes(copy.packets),
             [&](Rational keyframe) { return closed.isClosed(keyframe); }, shownEndOf(copy.packets));
         if (!ranges) {

@@ -25,13 +25,13 @@ public:
 /// What a stream copy wrote: the source ranges the file holds, in order, and how much longer each piece
 /// came out than its range (measured on the written pictures).
 struct StreamCopyResult {
-    std::vector<Segment> segments;  ///< the kept ranges after widening to keyframes, in media time
-    std::vector<Rational> drifts;   ///< one per range
+    std::vector<HalfOpenRange> segments;  ///< the kept ranges after widening to keyframes, in media time
+    std::vector<Rational> drifts;         ///< one per range
 };
 
 /// Why the plan's source cannot be cut by stream copy (no frame grid, a codec whose packets a cut cannot
 /// copy); no value when it can. Probes the source's codec; throws `ProbeError`.
-std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ToolPaths& tools);
+std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe);
 
 /// What a copied piece becomes.
 enum class PieceUse {
@@ -45,7 +45,7 @@ enum class PieceUse {
 /// choice clear of rounding; `audioCodec` is the first audio stream's codec, cut to the same times: PCM is
 /// written again as the same PCM (its samples unchanged, cut to the sample), anything else as AAC.
 std::vector<std::string> pieceCopyArguments(const std::filesystem::path& source,
-                                            const std::filesystem::path& output, const Segment& piece,
+                                            const std::filesystem::path& output, const HalfOpenRange& piece,
                                             Rational halfFrame, const std::optional<std::string>& audioCodec,
                                             PieceUse use);
 

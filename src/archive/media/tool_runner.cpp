@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
 
 namespace tidyreel {
@@ -79,17 +78,6 @@ void placeCopy(const std::filesystem::path& source, const std::filesystem::path&
     }
 }
 
-std::chrono::milliseconds secondsFromEnvironment(const char* variable, double fallback) {
-    double seconds = fallback;
-    if (const char* value = std::getenv(variable); value && *value) {
-        const char* end = value + std::strlen(value);
-        if (double parsed = 0; std::from_chars(value, end, parsed).ec == std::errc{} && parsed > 0) {
-            seconds = parsed;
-        }
-    }
-    return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
-}
-
 }  // namespace
 
 void LineSplitter::feed(std::string_view chunk, const std::function<void(std::string_view)>& line) {
@@ -103,14 +91,6 @@ void LineSplitter::feed(std::string_view chunk, const std::function<void(std::st
             partial_ += c;
         }
     }
-}
-
-std::chrono::milliseconds ffprobeTimeLimit() {
-    return secondsFromEnvironment("TIDYREEL_FFPROBE_TIME_LIMIT", 60);
-}
-
-std::chrono::milliseconds ffmpegSilenceLimit() {
-    return secondsFromEnvironment("TIDYREEL_FFMPEG_SILENCE_LIMIT", 120);
 }
 
 std::filesystem::path locateFFmpeg(const ToolPaths& tools) {
@@ -130,7 +110,7 @@ std::filesystem::path locateFFprobe(const ToolPaths& tools) {
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress) {
-    const std::filesystem::path ffmpeg = locateFFmpeg(context.tools);
+    const std::filesystem::path ffmpeg = locateFFmpeg(context.settings.tools);
     context.throwIfCancelled();
     context.log(LogEntryType::info, fmt::format("    {}: ffmpeg {}", label, loggedCommandLine(arguments)));
     ProcessRequest request;
@@ -138,7 +118,7 @@ void runFFmpeg(const std::vector<std::string>& arguments, const std::string& lab
     request.arguments = arguments;
     request.workingDirectory = workingDirectory;
     request.stopToken = context.stopToken;
-    request.silenceLimit = ffmpegSilenceLimit();
+    request.silenceLimit = context.settings.toolLimits.ffmpegSilence;
     LineSplitter lines;
     request.standardErrorChunk = [&](std::string_view chunk) {
         lines.feed(chunk, [&](std::string_view line) {
@@ -216,12 +196,6 @@ void requireRegularFile(const std::filesystem::path& source) {
                                 localized("Quelle ist keine reguläre Datei", "Source is not a regular file"),
                                 source.string()));
     }
-}
-
-void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,
-                        const std::string& text) {
-    const int part = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 99.0);
-    context.reportProgress(step * 100 + part, steps * 100, text);
 }
 
 std::string loggedCommandLine(const std::vector<std::string>& arguments) {

@@ -27,12 +27,6 @@ private:
     std::string partial_;
 };
 
-/// How long ffprobe may run before it is stopped as failed: 60 s, or `TIDYREEL_FFPROBE_TIME_LIMIT` seconds.
-std::chrono::milliseconds ffprobeTimeLimit();
-/// How long ffmpeg may go without a word on standard error (it reports progress about twice a second)
-/// before it is stopped as stalled: 120 s, or `TIDYREEL_FFMPEG_SILENCE_LIMIT` seconds.
-std::chrono::milliseconds ffmpegSilenceLimit();
-
 /// The ffmpeg to run: the run's configured one, then the one next to the executable, then the first on
 /// `PATH`; throws `Error` ("ffmpeg", −1) when there is none.
 std::filesystem::path locateFFmpeg(const ToolPaths& tools);
@@ -42,8 +36,9 @@ std::filesystem::path locateFFprobe(const ToolPaths& tools);
 
 /// Runs the context's ffmpeg with `arguments`, logging the command line first; on a non-zero exit logs the
 /// last 10 lines of its standard error and throws `Error` ("ffmpeg", status); stopped when silent for longer
-/// than `ffmpegSilenceLimit()`, and with `RunCancelled` on the context's stop request. `progress` hears
-/// the media time ffmpeg reports while it encodes.
+/// than the run's `toolLimits.ffmpegSilence` (ffmpeg reports progress about twice a second), and with
+/// `RunCancelled` on the context's stop request. `progress` hears the media time ffmpeg reports while it
+/// encodes.
 void runFFmpeg(const std::vector<std::string>& arguments, const std::string& label,
                const std::optional<std::filesystem::path>& workingDirectory, const ExportContext& context,
                const ToolProgress& progress = {});
@@ -57,11 +52,6 @@ void runCopy(const std::filesystem::path& source, const std::filesystem::path& t
 /// Throws `Error` ("Source", 1) when something other than a regular file (a symbolic link to one counts)
 /// is at `source`: a FIFO or a device would hang a tool or never end. A missing source passes.
 void requireRegularFile(const std::filesystem::path& source);
-
-/// Reports progress inside step `step` of `steps` (counting from 0) on a finer scale of 100 parts per
-/// step, so that a long encode or copy moves the bar; `fraction` is clamped to 0…1.
-void reportStepProgress(const ExportContext& context, int step, int steps, double fraction,
-                        const std::string& text);
 
 /// The command line as logged: arguments joined with spaces, those holding a space in double quotes.
 std::string loggedCommandLine(const std::vector<std::string>& arguments);

@@ -117,11 +117,9 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
     return packets;
 }
 
-std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ToolPaths& tools,
-                                           const std::optional<PacketWindow>& window,
-                                           std::stop_token stopToken) {
-    return parseVideoPackets(
-        FFProbe::runProbe(videoPacketProbeArguments(file, window), tools, std::move(stopToken)));
+std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
+                                           const std::optional<PacketWindow>& window) {
+    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, window), probe));
 }
 
 std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time) {
@@ -135,6 +133,14 @@ std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packe
         }
     }
     return found;
+}
+
+Rational decodeStart(const std::filesystem::path& file, const ProbeSetup& probe, Rational time) {
+    const PacketWindow stretch{std::max(time - kKeyframeSearch, Rational::zero()), time + Rational::one()};
+    if (const auto keyframe = keyframeAtOrBefore(probeVideoPackets(file, probe, stretch), time)) {
+        return *keyframe;
+    }
+    return keyframeAtOrBefore(probeVideoPackets(file, probe), time).value_or(Rational::zero());
 }
 
 }  // namespace tidyreel

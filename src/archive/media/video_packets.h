@@ -1,11 +1,10 @@
 #pragma once
 
-#include "pipeline/run_settings.h"
+#include "archive/media/media_probe.h"
 #include "time/rational.h"
 
 #include <filesystem>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -38,13 +37,20 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view json);
 
 /// The shown packets of the file's first video stream, sorted by presentation time, read with the run's
 /// ffprobe (whole, or only `window`); throws `ProbeError`, and `RunCancelled` on a stop request.
-std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ToolPaths& tools,
-                                           const std::optional<PacketWindow>& window = std::nullopt,
-                                           std::stop_token stopToken = {});
+std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
+                                           const std::optional<PacketWindow>& window = std::nullopt);
 
 /// The time of the last keyframe shown at or before `time` in sorted packets: decoding from there yields
 /// the frame on screen at `time`, also when that is a leading frame of a later keyframe (open GOP); no value
 /// when there is none.
 std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time);
+
+/// The keyframe of the file to decode from for the frame on screen at `time` (see `keyframeAtOrBefore`).
+/// Only the stretch of `kKeyframeSearch` before it is read, so that a long source is not read whole for
+/// each cut; the whole file only when that stretch holds none. The file's start when there is none at all.
+Rational decodeStart(const std::filesystem::path& file, const ProbeSetup& probe, Rational time);
+
+/// How far before a time `decodeStart` looks for its keyframe first: longer than camera GOPs.
+inline const Rational kKeyframeSearch(10);
 
 }  // namespace tidyreel

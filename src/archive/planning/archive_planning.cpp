@@ -45,7 +45,8 @@ void addUnusedAssets(ArchivePlanning& planning, const ResourceIndex& resources, 
 void planUsedAssets(ArchivePlanning& planning, const ExportContext& context, const Logger& logger,
                     const std::vector<AnalysedClip>& clips, const UsageMap& usage,
                     const ResourceIndex& resources) {
-    const PlanningSettings settings = preparePlanningSettings(context.buffer, context.minSegment, logger);
+    const PlanningSettings settings =
+        preparePlanningSettings(context.settings.buffer, context.settings.minSegment, logger);
     logRunSettings(context, settings, usage.size());
     const std::map<std::string, TimeMapStatus> statuses = collectTimeMapStatuses(clips);
     const std::map<std::string, std::set<std::string>> roles = collectRolesByAsset(clips);
@@ -78,7 +79,11 @@ SourceState sourceStateOf(const std::filesystem::path& path) {
     if (!std::filesystem::exists(path, status)) {
         return SourceState::missing;
     }
-    if (!std::filesystem::is_regular_file(path, status) || !std::ifstream(path, std::ios::binary)) {
+    // Never opened unless it is a regular file: opening a FIFO waits for a writer that may never come.
+    if (!std::filesystem::is_regular_file(path, status)) {
+        return SourceState::notRegularFile;
+    }
+    if (!std::ifstream(path, std::ios::binary)) {
         return SourceState::unreadable;
     }
     return SourceState::available;
@@ -96,11 +101,11 @@ std::vector<const AssetDecision*> unavailableSources(const ArchivePlanning& plan
 
 ArchivePlanning planArchive(const ExportContext& context) {
     context.log(LogEntryType::info, localized("Analysiere Assets...", "Analyzing assets..."));
-    if (context.includedRoles.empty()) {
+    if (context.settings.includedRoles.empty()) {
         context.log(LogEntryType::info, "Rollen-Filter: Keine Rollen ausgewählt — es wird nichts getrimmt");
     } else {
         context.log(LogEntryType::info, fmt::format("Rollen-Filter: Eingeschlossen = [{}]",
-                                                    fmt::join(context.includedRoles, ", ")));
+                                                    fmt::join(context.settings.includedRoles, ", ")));
     }
     const Logger logger = [&context](LogEntryType type, const std::string& message) {
         context.log(type, message);
@@ -108,7 +113,7 @@ ArchivePlanning planArchive(const ExportContext& context) {
     resolveRelativeSources(*context.xmlDocument, context.sourceURL.parent_path());
     const ResourceIndex resources(*context.xmlDocument);
     const std::vector<AnalysedClip> clips = collectAnalysedClips(*context.xmlDocument, resources);
-    const UsageMap usage = collectUsedRanges(clips, context.includedRoles, logger);
+    const UsageMap usage = collectUsedRanges(clips, context.settings.includedRoles, logger);
     ArchivePlanning planning;
     if (usage.empty()) {
         context.log(LogEntryType::info, "Keine Assets zum Schneiden gefunden");

@@ -33,7 +33,7 @@ std::optional<Rational> parsedTime(const std::optional<std::string>& text) {
 }
 
 // The media range one clip uses, with the split-edit line when it has its own audio range.
-UsedRange usedRangeOf(const AnalysedClip& clip, const Logger& logger) {
+HalfOpenRange usedRangeOf(const AnalysedClip& clip, const Logger& logger) {
     const ClipMediaRange range = clipMediaRange(clip);
     if (clip.audioStart && Rational::fromFCPXML(*clip.audioStart)) {
         logger(LogEntryType::info,
@@ -49,7 +49,7 @@ UsedRange usedRangeOf(const AnalysedClip& clip, const Logger& logger) {
 ClipMediaRange clipMediaRange(const AnalysedClip& clip) {
     const std::optional<TimeMap> map = FCPXMLTime::buildTimeMap(clip.element);
     const auto mapped = [&](Rational t) { return clip.mediaTime(t, map ? &*map : nullptr); };
-    const UsedRange video{mapped(clip.visible.start), mapped(clip.visible.end)};
+    const HalfOpenRange video{mapped(clip.visible.start), mapped(clip.visible.end)};
     const std::optional<Rational> audioStart = parsedTime(clip.audioStart);
     if (!audioStart) {
         return {video, video};
@@ -126,7 +126,7 @@ UsageMap collectUsedRanges(const std::vector<AnalysedClip>& clips, const std::se
             if (!clip.unreadableTimes.empty()) {
                 throw std::overflow_error(clip.unreadableTimes);
             }
-            const UsedRange used = usedRangeOf(clip, logger);
+            const HalfOpenRange used = usedRangeOf(clip, logger);
             entry->second.ranges.push_back(used);
             logger(LogEntryType::info, fmt::format("  → Asset '{}': Clip '{}' nutzt {} - {} (Dauer: {})",
                                                    clip.ref, clipName(clip), used.start.toFCPXML(),

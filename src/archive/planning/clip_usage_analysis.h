@@ -16,12 +16,10 @@
 
 namespace tidyreel {
 
-/// A stretch of an asset's media that a clip uses, in the asset's own media time.
-using UsedRange = Segment;
-
 /// What the timeline uses of one asset.
 struct AssetUsage {
-    std::vector<UsedRange> ranges;    ///< in walk order; may overlap and repeat
+    std::vector<HalfOpenRange>
+        ranges;  ///< in the asset's own media time, in walk order; may overlap and repeat
     bool hasUnreadableTimes = false;  ///< a clip's times could not be computed: never trim this asset
     std::string unfollowable;         ///< why some use of it cannot be followed (then copied whole)
 
@@ -46,8 +44,8 @@ std::string normalisedRole(const std::string& role);
 /// The media one clip shows: its picture's range, and the range of picture and sound together (the same
 /// without a split edit).
 struct ClipMediaRange {
-    UsedRange video;  ///< through the clip's visible window
-    UsedRange used;   ///< with the split edit's audio range
+    HalfOpenRange video;  ///< through the clip's visible window
+    HalfOpenRange used;   ///< with the split edit's audio range
 };
 
 /// The media range a clip uses, through its time map or conform rate; throws on absurd times.

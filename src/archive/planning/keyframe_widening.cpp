@@ -33,11 +33,12 @@ std::optional<Rational> endKeyframe(Rational end, const std::vector<Rational>& k
 
 }  // namespace
 
-std::optional<std::vector<Segment>> widenToKeyframes(const std::vector<Segment>& segments,
-                                                     const std::vector<Rational>& keyframes,
-                                                     const IsClosedKeyframe& isClosed, Rational fileEnd) {
-    std::vector<Segment> widened;
-    for (const Segment& segment : segments) {
+std::optional<std::vector<HalfOpenRange>> widenToKeyframes(const std::vector<HalfOpenRange>& segments,
+                                                           const std::vector<Rational>& keyframes,
+                                                           const IsClosedKeyframe& isClosed,
+                                                           Rational fileEnd) {
+    std::vector<HalfOpenRange> widened;
+    for (const HalfOpenRange& segment : segments) {
         const std::optional<Rational> start = startKeyframe(segment.start, keyframes, isClosed);
         const std::optional<Rational> end = endKeyframe(segment.end, keyframes, isClosed, fileEnd);
         if (!start || !end) {

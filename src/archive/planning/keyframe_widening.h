@@ -22,8 +22,9 @@ using IsClosedKeyframe = std::function<bool(Rational keyframe)>;
 /// only about keyframes next to a segment's ends. Pieces that overlap or touch are merged; the result is
 /// ascending and disjoint. No value when a segment has no such keyframe before or after it (it starts
 /// before the first keyframe, or lies in a stream of open GOPs).
-std::optional<std::vector<Segment>> widenToKeyframes(const std::vector<Segment>& segments,
-                                                     const std::vector<Rational>& keyframes,
-                                                     const IsClosedKeyframe& isClosed, Rational fileEnd);
+std::optional<std::vector<HalfOpenRange>> widenToKeyframes(const std::vector<HalfOpenRange>& segments,
+                                                           const std::vector<Rational>& keyframes,
+                                                           const IsClosedKeyframe& isClosed,
+                                                           Rational fileEnd);
 
 }  // namespace tidyreel

@@ -29,18 +29,19 @@ bool isTimed(XmlElement element) {
            element.hasAttribute("duration");
 }
 
-std::optional<Segment> intersection(const std::optional<Segment>& a, const std::optional<Segment>& b) {
+std::optional<HalfOpenRange> intersection(const std::optional<HalfOpenRange>& a,
+                                          const std::optional<HalfOpenRange>& b) {
     if (!a || !b) {
         return a ? a : b;
     }
-    return Segment{std::max(a->start, b->start), std::min(a->end, b->end)};
+    return HalfOpenRange{std::max(a->start, b->start), std::min(a->end, b->end)};
 }
 
 // One element still to visit, with the window its parent shows (in the parent's content time; none when
 // the parent shows all) and the frame duration of the sequence around it.
 struct PendingElement {
     XmlElement element;
-    std::optional<Segment> window;
+    std::optional<HalfOpenRange> window;
     std::optional<Rational> sequenceFrame;
 };
 
@@ -108,15 +109,15 @@ private:
         try {
             const Rational start = FCPXMLTime::time(element, "start");
             const Rational offset = FCPXMLTime::time(element, "offset");
-            std::optional<Segment> local;
+            std::optional<HalfOpenRange> local;
             if (item.window) {
-                local = Segment{start + item.window->start - offset, start + item.window->end - offset};
+                local = HalfOpenRange{start + item.window->start - offset, start + item.window->end - offset};
             }
-            std::optional<Segment> own;
+            std::optional<HalfOpenRange> own;
             if (element.hasAttribute("duration")) {
-                own = Segment{start, start + FCPXMLTime::time(element, "duration")};
+                own = HalfOpenRange{start, start + FCPXMLTime::time(element, "duration")};
             }
-            const std::optional<Segment> shown = intersection(own, local);
+            const std::optional<HalfOpenRange> shown = intersection(own, local);
             if (usesAsset) {
                 record(element, *ref, shown, item.sequenceFrame);
             }
@@ -130,7 +131,7 @@ private:
         return item;
     }
 
-    void record(XmlElement element, const std::string& ref, const std::optional<Segment>& shown,
+    void record(XmlElement element, const std::string& ref, const std::optional<HalfOpenRange>& shown,
                 const std::optional<Rational>& sequenceFrame) {
         AnalysedClip clip = readClip(element, ref);
         if (!isMediaUseName(clip.element.name())) {
@@ -138,7 +139,7 @@ private:
         }
         try {
             const Rational start = FCPXMLTime::time(element, "start");
-            const Segment own{start, start + FCPXMLTime::time(element, "duration")};
+            const HalfOpenRange own{start, start + FCPXMLTime::time(element, "duration")};
             clip.visible = shown && shown->start < shown->end ? *shown : own;
         } catch (const std::exception& error) {
             clip.unreadableTimes = error.what();
@@ -165,8 +166,9 @@ private:
     }
 
     // What a container shows of its content, in the content's time.
-    std::optional<Segment> contentWindow(XmlElement container, const std::optional<Segment>& shown,
-                                         const std::optional<Rational>& sequenceFrame) const {
+    std::optional<HalfOpenRange> contentWindow(XmlElement container,
+                                               const std::optional<HalfOpenRange>& shown,
+                                               const std::optional<Rational>& sequenceFrame) const {
         if (!shown) {
             return std::nullopt;
         }
@@ -185,7 +187,7 @@ private:
                 high = std::max(high, point.value);
             }
         }
-        return Segment{low, high};
+        return HalfOpenRange{low, high};
     }
 
     std::optional<Rational> formatFrameDuration(const std::string& formatID) const {
@@ -226,7 +228,7 @@ private:
 
 bool AnalysedClip::isPartlyHidden() const {
     const Rational from = FCPXMLTime::time(element, "start");
-    return visible != Segment{from, from + FCPXMLTime::time(element, "duration")};
+    return visible != HalfOpenRange{from, from + FCPXMLTime::time(element, "duration")};
 }
 
 Rational AnalysedClip::mediaTime(Rational t, const TimeMap* map) const {

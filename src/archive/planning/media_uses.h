@@ -24,9 +24,9 @@ struct AnalysedClip {
     std::optional<std::string> duration;       ///< `duration`
     std::optional<std::string> audioStart;     ///< `audioStart`
     std::optional<std::string> audioDuration;  ///< `audioDuration`
-    /// The part of the clip's own window [start, start + duration] (its local time) that its container
+    /// The part of the clip's own window [start, start + duration) (its local time) that its container
     /// lets through: the whole window unless a `clip` around it shows less.
-    Segment visible;
+    HalfOpenRange visible;
     /// Media seconds per local second beyond `start` from a `conform-rate` (1 without one).
     Rational conformScale = Rational::one();
     /// Why the analysis cannot follow this use (its asset is then copied whole); empty when it can.

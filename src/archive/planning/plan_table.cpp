@@ -63,8 +63,17 @@ std::string skipReasonText(SkipReason reason) {
 }
 
 std::string sourceStateText(SourceState state) {
-    return state == SourceState::missing ? localized("fehlt", "missing")
-                                         : localized("nicht lesbar", "unreadable");
+    switch (state) {
+        case SourceState::missing:
+            return localized("fehlt", "missing");
+        case SourceState::notRegularFile:
+            return localized("keine reguläre Datei (Ordner, Gerät oder FIFO)",
+                             "not a regular file (folder, device or FIFO)");
+        case SourceState::available:
+        case SourceState::unreadable:
+            break;
+    }
+    return localized("nicht lesbar", "unreadable");
 }
 
 std::string cutMethodText(CutMethod method) {

@@ -37,7 +37,7 @@ bool isTrimmable(const std::string& extension) {
            kTrimmableExtensions.end();
 }
 
-std::string rangeText(const Segment& range) {
+std::string rangeText(const HalfOpenRange& range) {
     return fmt::format("{}..{} ({}..{})", range.start.toFCPXML(), range.end.toFCPXML(),
                        shortestDecimal(range.start.doubleValue()), shortestDecimal(range.end.doubleValue()));
 }
@@ -84,40 +84,40 @@ bool retimingAllowsTrim(const std::string& assetID, const PlanningFacts& facts, 
 }
 
 // The used ranges counted from the media's timecode origin, which is where the file's own time starts.
-std::vector<Segment> rangesSinceOrigin(const std::vector<UsedRange>& ranges, Rational origin) {
-    std::vector<Segment> relative;
+std::vector<HalfOpenRange> rangesSinceOrigin(const std::vector<HalfOpenRange>& ranges, Rational origin) {
+    std::vector<HalfOpenRange> relative;
     relative.reserve(ranges.size());
-    for (const UsedRange& range : ranges) {
-        relative.push_back(origin.isZero() ? range : Segment{range.start - origin, range.end - origin});
+    for (const HalfOpenRange& range : ranges) {
+        relative.push_back(origin.isZero() ? range : HalfOpenRange{range.start - origin, range.end - origin});
     }
     return relative;
 }
 
 // Length of the union of the ranges inside the media.
-Rational usedLength(const std::vector<Segment>& ranges, Rational duration) {
+Rational usedLength(const std::vector<HalfOpenRange>& ranges, Rational duration) {
     Rational used;
-    for (const Segment& segment : IntervalMerger::merge(ranges, duration, 0, 0, 0)) {
+    for (const HalfOpenRange& segment : IntervalMerger::merge(ranges, duration, 0, 0, 0)) {
         used = used + std::max(segment.length(), Rational::zero());
     }
     return used;
 }
 
-bool allInside(const std::vector<Segment>& ranges, Rational duration) {
-    return std::all_of(ranges.begin(), ranges.end(), [&](const Segment& range) {
+bool allInside(const std::vector<HalfOpenRange>& ranges, Rational duration) {
+    return std::all_of(ranges.begin(), ranges.end(), [&](const HalfOpenRange& range) {
         return range.start >= Rational::zero() && range.end <= duration && range.end > range.start;
     });
 }
 
 // Starts move down and ends move up to the frame grid, so no used frame is lost.
-std::vector<Segment> snappedOutward(const std::vector<Segment>& merged, const std::optional<Rational>& frame,
-                                    const Logger& logger) {
+std::vector<HalfOpenRange> snappedOutward(const std::vector<HalfOpenRange>& merged,
+                                          const std::optional<Rational>& frame, const Logger& logger) {
     if (!frame) {
         logger(LogEntryType::info,
                "       Frame-Grid-Snap: frameDuration nicht ermittelbar, Segmente unverändert");
         return merged;
     }
-    std::vector<Segment> snapped;
-    for (const Segment& segment : merged) {
+    std::vector<HalfOpenRange> snapped;
+    for (const HalfOpenRange& segment : merged) {
         snapped.push_back(
             {segment.start.snappedToFrameGridFloor(*frame), segment.end.snappedToFrameGridCeiling(*frame)});
     }
@@ -128,7 +128,7 @@ std::vector<Segment> snappedOutward(const std::vector<Segment>& merged, const st
 }
 
 void logIntervals(const std::string& assetID, const std::string& extension, Rational duration,
-                  const std::vector<Segment>& ranges, Rational origin, const Logger& logger) {
+                  const std::vector<HalfOpenRange>& ranges, Rational origin, const Logger& logger) {
     if (!origin.isZero()) {
         logger(LogEntryType::info, fmt::format("  → Asset {}: Timecode-Ursprung {} — Bereiche relativ dazu",
                                                assetID, origin.toFCPXML()));
@@ -147,7 +147,7 @@ void planSegments(AssetDecision& decision, const AssetInfo& info, const std::str
                   const AssetUsage& usage, const PlanningFacts& facts, const Logger& logger) {
     const std::string& id = decision.assetID;
     const Rational duration = info.duration;
-    const std::vector<Segment> ranges = rangesSinceOrigin(usage.ranges, info.start);
+    const std::vector<HalfOpenRange> ranges = rangesSinceOrigin(usage.ranges, info.start);
     if (!allInside(ranges, duration)) {
         logger(LogEntryType::info,
                fmt::format("  ⚠️ Asset {}: Intervall liegt außerhalb assetDuration={} "
@@ -165,12 +165,13 @@ void planSegments(AssetDecision& decision, const AssetInfo& info, const std::str
     }
     logIntervals(id, extension, duration, ranges, info.start, logger);
     const Rational handle = facts.settings.handle;
-    const std::vector<Segment> merged = IntervalMerger::merge(ranges, duration, handle, handle, kGopSlack);
+    const std::vector<HalfOpenRange> merged =
+        IntervalMerger::merge(ranges, duration, handle, handle, kGopSlack);
     for (std::size_t i = 0; i < merged.size(); ++i) {
         logger(LogEntryType::info, fmt::format("       merged[{}] {}", i, rangeText(merged[i])));
     }
     const std::optional<Rational> frame = frameDuration(id, facts.resources);
-    std::vector<Segment> segments = snappedOutward(merged, frame, logger);
+    std::vector<HalfOpenRange> segments = snappedOutward(merged, frame, logger);
     if (segments.empty()) {
         decision.reason = SkipReason::noSegments;
         return;

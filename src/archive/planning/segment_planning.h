@@ -17,15 +17,15 @@ namespace tidyreel {
 /// One asset to trim: which segments of its media to keep. Segment times are counted from the media's
 /// timecode origin `origin` (the asset's `start`), which is the time inside the media file.
 struct TrimPlan {
-    std::string assetID;                    ///< the asset's id in the resources
-    std::string originalPath;               ///< file path of the original media
-    std::string originalSrc;                ///< the asset's `src` as read
-    Rational duration;                      ///< the asset's duration
-    bool hasAudio = false;                  ///< the asset has audio
-    std::vector<Segment> segments;          ///< kept segments after the frame-grid snap, ascending, disjoint
-    std::vector<Segment> originalSegments;  ///< the same before the snap
-    Rational origin;                        ///< the asset's `start` (timecode origin); 0 for most media
-    std::optional<Rational> frameDuration;  ///< the media's frame duration, when its format states it
+    std::string assetID;                  ///< the asset's id in the resources
+    std::string originalPath;             ///< file path of the original media
+    std::string originalSrc;              ///< the asset's `src` as read
+    Rational duration;                    ///< the asset's duration
+    bool hasAudio = false;                ///< the asset has audio
+    std::vector<HalfOpenRange> segments;  ///< kept segments after the frame-grid snap, ascending, disjoint
+    std::vector<HalfOpenRange> originalSegments;  ///< the same before the snap
+    Rational origin;                              ///< the asset's `start` (timecode origin); 0 for most media
+    std::optional<Rational> frameDuration;        ///< the media's frame duration, when its format states it
 };
 
 /// Seconds of trim handle and minimum length, as set and as used in the maths.
@@ -57,9 +57,10 @@ enum class SkipReason {
 
 /// Whether an asset's source file can be read, as the run would need it.
 enum class SourceState {
-    available,   ///< a readable file
-    missing,     ///< nothing at the path (offline media)
-    unreadable,  ///< present but cannot be opened, or not a regular file
+    available,       ///< a readable file
+    missing,         ///< nothing at the path (offline media)
+    unreadable,      ///< a regular file that cannot be opened
+    notRegularFile,  ///< a folder, device or FIFO: a tool would hang on it or never finish
 };
 
 /// The planning outcome of one asset, with the figures the plan table shows.

@@ -10,6 +10,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <functional>
+
 namespace tidyreel {
 namespace {
 
@@ -26,6 +29,25 @@ struct AssetRewrite {
         const std::optional<Rational> moved = remap(t - origin, asset.plan.segments, drifts, frameDuration);
         return moved ? std::optional<Rational>(origin + *moved) : std::nullopt;
     }
+
+    // The kept segment that holds media time `t`, in media time; none when `t` was cut away.
+    std::optional<HalfOpenRange> keptSegment(Rational t) const {
+        const Rational origin = asset.plan.origin;
+        for (const HalfOpenRange& segment : asset.plan.segments) {
+            if (segment.start <= t - origin && t - origin <= segment.end) {
+                return HalfOpenRange{origin + segment.start, origin + segment.end};
+            }
+        }
+        return std::nullopt;
+    }
+};
+
+// Where a clip's markers may stay after the rewrite: on media kept with the clip, else on the clip itself.
+struct MarkerPlacement {
+    std::function<bool(Rational)>
+        showsKeptMedia;   ///< whether a local time (before the move) shows kept media
+    HalfOpenRange shown;  ///< the clip's visible window after the move
+    Rational lastFrame;   ///< the start of the clip's last frame after the move
 };
 
 Rational probedOrNominalDuration(const TrimmedAsset& asset, const ExportContext& context,
@@ -47,7 +69,7 @@ Rational probedOrNominalDuration(const TrimmedAsset& asset, const ExportContext&
 std::vector<Rational> driftsOf(const TrimmedAsset& asset, Rational newDuration,
                                const ExportContext& context) {
     const std::string& id = asset.plan.assetID;
-    const std::vector<Segment>& segments = asset.plan.segments;
+    const std::vector<HalfOpenRange>& segments = asset.plan.segments;
     if (segments.size() == 1) {
         const Rational drift = newDuration - segments.front().length();
         if (drift > Rational::zero()) {
@@ -107,9 +129,31 @@ void shiftTime(XmlElement element, const char* attribute, Rational delta) {
     }
 }
 
+// A marker moves with its clip. One on media the archive cut away would point at nothing (or before the
+// file's start); it is kept on the clip instead, at its first or last frame, and the log says so.
+void placeMarker(XmlElement marker, Rational delta, const MarkerPlacement& placement,
+                 const ExportContext& context) {
+    const std::optional<Rational> time = Rational::fromFCPXML(marker.attribute("start").value_or(""));
+    if (!time) {
+        return;
+    }
+    Rational moved = *time + delta;
+    if (!placement.showsKeptMedia(*time)) {
+        moved = moved < placement.shown.start ? placement.shown.start : placement.lastFrame;
+        context.log(LogEntryType::warning,
+                    fmt::format("       ↳ <{} value='{}'> @ {}: {} {}", marker.name(),
+                                marker.attribute("value").value_or(""), time->toFCPXML(),
+                                localized("lag auf weggeschnittenen Medien → an den Clip gesetzt:",
+                                          "lay on media cut away → kept on the clip at"),
+                                moved.toFCPXML()));
+    }
+    marker.setAttribute("start", moved.toFCPXML());
+}
+
 // Everything a clip positions in its own local time moves with it: connected clips (their offset),
 // markers, keywords and ratings (their start) and the keyframes of its effects and adjustments.
-void shiftLocalChildren(XmlElement clip, Rational delta, const ExportContext& context) {
+void shiftLocalChildren(XmlElement clip, Rational delta, const MarkerPlacement& markers,
+                        const ExportContext& context) {
     for (XmlElement child : clip.children()) {
         const std::string name(child.name());
         if (const auto offset = Rational::fromFCPXML(child.attribute("offset").value_or(""))) {
@@ -121,7 +165,7 @@ void shiftLocalChildren(XmlElement clip, Rational delta, const ExportContext& co
                             child.attribute("lane").value_or("0"), child.attribute("name").value_or(""),
                             offset->toFCPXML(), moved.toFCPXML()));
         } else if (isMarkerLike(name)) {
-            shiftTime(child, "start", delta);
+            placeMarker(child, delta, markers, context);
         } else if (name.starts_with("filter-") || name.starts_with("adjust-")) {
             forEachElement(child, [&](XmlElement inner) {
                 if (inner.name() == "keyframe") {
@@ -178,7 +222,15 @@ void rewriteClip(const AnalysedClip& clip, const AssetRewrite& rewrite, const Ex
     const Rational delta = (*movedFrom - shownFrom) / (linear ? linear->factor : Rational::one());
     const Rational newStart = (clip.isPartlyHidden() ? narrowToVisible(clip, start) : start) + delta;
     element.setAttribute("start", newStart.toFCPXML());
-    shiftLocalChildren(element, delta, context);
+    const std::optional<HalfOpenRange> kept = rewrite.keptSegment(shownFrom);
+    const HalfOpenRange shown{newStart, newStart + clip.visible.length()};
+    const Rational frame = rewrite.frameDuration.value_or(Rational::zero());
+    const MarkerPlacement markers{[&](Rational t) {
+                                      const Rational media = clip.mediaTime(t, map ? &*map : nullptr);
+                                      return kept && kept->start <= media && media <= kept->end;
+                                  },
+                                  shown, std::max(shown.start, shown.end - frame)};
+    shiftLocalChildren(element, delta, markers, context);
     if (const auto audioStart = Rational::fromFCPXML(element.attribute("audioStart").value_or(""))) {
         element.setAttribute("audioStart", (*audioStart + delta).toFCPXML());
         context.log(LogEntryType::info,
@@ -194,13 +246,13 @@ void rewriteClip(const AnalysedClip& clip, const AssetRewrite& rewrite, const Ex
 
 }  // namespace
 
-std::optional<Rational> remap(Rational t, const std::vector<Segment>& segments,
+std::optional<Rational> remap(Rational t, const std::vector<HalfOpenRange>& segments,
                               const std::vector<Rational>& drifts,
                               const std::optional<Rational>& frameDuration) {
     Rational offset;
     Rational driftSum;
     for (std::size_t i = 0; i < segments.size(); ++i) {
-        const Segment& segment = segments[i];
+        const HalfOpenRange& segment = segments[i];
         if (segment.start <= t && t <= segment.end) {
             const Rational moved = (t - segment.start) + offset + driftSum;
             return frameDuration ? moved.snappedToFrameGrid(*frameDuration) : moved;

@@ -26,7 +26,7 @@ using DurationProbe = std::function<Rational(const std::filesystem::path&)>;
 /// The time in the trimmed file of original media time `t`: shifted by the lengths and drifts of the
 /// earlier segments and snapped to the frame grid; no value when `t` lies outside every segment (a time
 /// on the boundary of two touching segments belongs to the earlier one).
-std::optional<Rational> remap(Rational t, const std::vector<Segment>& segments,
+std::optional<Rational> remap(Rational t, const std::vector<HalfOpenRange>& segments,
                               const std::vector<Rational>& drifts,
                               const std::optional<Rational>& frameDuration);
 

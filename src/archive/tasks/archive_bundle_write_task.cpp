@@ -68,10 +68,10 @@ void ArchiveBundleWriteTask::execute(ArchiveExportContext& context) const {
         }
     }
     renameProjects(*context.xmlDocument, context.exportTimestamp + "_" + actionWord(context.actionType));
-    const std::filesystem::path info = bundle / "Info.fcpxml";
+    const std::filesystem::path info = archiveDocumentURL(bundle);
     writeFileAtomically(info, context.xmlDocument->serialize(true));
     context.log(LogEntryType::success, "  ✓ Bundle geschrieben: " + bundle.filename().string());
-    context.log(LogEntryType::info, "  → Info.fcpxml: " + info.string());
+    context.log(LogEntryType::info, "  → " + info.filename().string() + ": " + info.string());
 }
 
 void copyContentsSidecar(const ArchiveExportContext& context, const std::filesystem::path& bundle) {

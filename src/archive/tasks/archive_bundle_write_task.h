@@ -10,8 +10,8 @@
 
 namespace tidyreel {
 
-/// Writes the archive bundle: its folders, the source bundle's `Contents`, and Info.fcpxml with every
-/// media reference pointing into `Media` and the projects renamed.
+/// Writes the archive bundle: its folders, the source bundle's `Contents`, and its project document
+/// (`archiveDocumentURL`) with every media reference pointing into `Media` and the projects renamed.
 class ArchiveBundleWriteTask : public ArchiveExportTask {
 public:
     using ArchiveExportTask::ArchiveExportTask;

@@ -3,12 +3,14 @@
 #include "archive/media/archive_bundle.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
+#include "archive/planning/archive_planning.h"
 #include "archive/planning/clip_usage_analysis.h"
 #include "base/error.h"
 #include "base/error_codes.h"
 #include "base/language.h"
 #include "fcpxml/fcpxml_time.h"
 #include "fcpxml/media_path.h"
+#include "fcpxml/media_source_elements.h"
 #include "fcpxml/resource_index.h"
 #include "platform/process_runner.h"
 
@@ -30,24 +32,12 @@ bool isInside(const std::filesystem::path& file, const std::filesystem::path& fo
     return !relative.empty() && *relative.begin() != "..";
 }
 
-std::vector<XmlElement> sourceElements(XmlElement asset) {
-    std::vector<XmlElement> elements;
-    for (XmlElement rep : asset.children()) {
-        if (rep.name() == "media-rep" && rep.hasAttribute("src")) {
-            elements.push_back(rep);
-        }
-    }
-    if (elements.empty() && asset.hasAttribute("src")) {
-        elements.push_back(asset);  // FCPXML before 1.9
-    }
-    return elements;
-}
-
 // The problem of a file that ffmpeg cannot decode to its end, if any.
-std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ToolPaths& tools) {
+std::optional<std::string> decodingProblem(const std::filesystem::path& file, const ProbeSetup& probe) {
     bool complained = false;
     ProcessRequest request;
-    request.executable = locateFFmpeg(tools);
+    request.executable = locateFFmpeg(probe.tools);
+    request.stopToken = probe.stopToken;
     request.arguments = {"-nostdin", "-v", "error", "-i", file.string(), "-f", "null", "-"};
     request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
     const ProcessResult result = runProcess(request);
@@ -66,15 +56,15 @@ Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
 
 class BundleCheck {
 public:
-    BundleCheck(std::filesystem::path bundle, ToolPaths tools, bool acceptMissingSources)
+    BundleCheck(std::filesystem::path bundle, ProbeSetup probe, bool acceptMissingSources)
         : bundle_(std::filesystem::weakly_canonical(std::move(bundle))),
-          tools_(std::move(tools)),
+          probe_(std::move(probe)),
           acceptMissingSources_(acceptMissingSources) {}
 
     std::vector<std::string> run() {
         std::shared_ptr<XmlDocument> document;
         try {
-            document = XmlDocument::load(bundle_ / "Info.fcpxml");
+            document = XmlDocument::load(archiveDocumentURL(bundle_));
         } catch (const std::exception& error) {
             return {error.what()};
         }
@@ -93,13 +83,13 @@ public:
 private:
     void checkAsset(XmlElement asset, const ResourceIndex& resources) {
         const std::string id = asset.attribute("id").value_or("?");
-        for (XmlElement element : sourceElements(asset)) {
+        for (XmlElement element : mediaSourceElements(asset)) {
             const std::string src = element.attribute("src").value_or("");
             const std::filesystem::path file = referencedFile(bundle_, src);
             if (!isInside(file, bundle_)) {
-                // A source the editor chose to archive without stays where it was; one that exists
-                // there should have been copied.
-                if (acceptMissingSources_ && !std::filesystem::exists(file)) {
+                // A source the editor chose to archive without (missing, unreadable, or no regular
+                // file) stays where it was; one that can be read there should have been copied.
+                if (acceptMissingSources_ && sourceStateOf(file) != SourceState::available) {
                     continue;
                 }
                 problems_.push_back(
@@ -117,22 +107,27 @@ private:
     void checkMedia(XmlElement asset, const std::filesystem::path& file, const ResourceIndex& resources) {
         if (file.stem().string().find("_trimmed") != std::string::npos &&
             checkedDecoding_.insert(file).second) {
-            if (const std::optional<std::string> problem = decodingProblem(file, tools_)) {
+            if (const std::optional<std::string> problem = decodingProblem(file, probe_)) {
                 problems_.push_back(*problem);
             }
         }
         const Rational declared = FCPXMLTime::time(asset, "duration");
-        if (declared <= Rational::zero() || asset.attribute("hasVideo") != "1") {
-            return;  // stills have no length; the probe measures the picture stream, so sound is not measured
+        const bool hasPicture = asset.attribute("hasVideo") == "1";
+        if (declared <= Rational::zero() || (!hasPicture && asset.attribute("hasAudio") != "1")) {
+            return;  // stills have no length
         }
         const std::string id = asset.attribute("id").value_or("?");
         try {
-            const Rational real = FFProbe::probeDuration(file, tools_);
+            // A sound file is measured by its sound, any other by its picture.
+            const Rational real =
+                hasPicture ? FFProbe::probeDuration(file, probe_) : FFProbe::probeSoundDuration(file, probe_);
             if (real + tolerance(asset, resources) < declared) {
                 problems_.push_back(fmt::format("Asset {}: {} {} {}, {} {}", id, file.filename().string(),
                                                 localized("ist nur", "is only"), real.toFCPXML(),
                                                 localized("angegeben", "declared"), declared.toFCPXML()));
             }
+        } catch (const RunCancelled&) {
+            throw;
         } catch (const std::exception& error) {
             problems_.push_back(fmt::format("Asset {}: {} {} ({})", id, file.filename().string(),
                                             localized("Länge nicht lesbar", "length unreadable"),
@@ -149,7 +144,7 @@ private:
             }
             const Rational origin = FCPXMLTime::time(asset, "start");
             const Rational slack = tolerance(asset, resources);
-            const UsedRange used = clipMediaRange(clip).used;
+            const HalfOpenRange used = clipMediaRange(clip).used;
             if (used.start + slack < origin || origin + duration + slack < used.end) {
                 problems_.push_back(fmt::format(
                     "{} '{}' (Asset {}): {} {}..{}, {} {}..{}", clip.element.name(), clip.name.value_or("?"),
@@ -161,7 +156,7 @@ private:
     }
 
     std::filesystem::path bundle_;
-    ToolPaths tools_;
+    ProbeSetup probe_;
     std::vector<std::string> problems_;
     bool acceptMissingSources_;
     std::set<std::filesystem::path> checkedDecoding_;
@@ -169,15 +164,15 @@ private:
 
 }  // namespace
 
-std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ToolPaths& tools,
+std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ProbeSetup& probe,
                                              bool acceptMissingSources) {
-    return BundleCheck(bundle, tools, acceptMissingSources).run();
+    return BundleCheck(bundle, probe, acceptMissingSources).run();
 }
 
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
     const std::vector<std::string> problems =
-        verifyArchiveBundle(archiveBundleURL(context), context.tools, context.allowOffline);
+        verifyArchiveBundle(archiveBundleURL(context), probeSetupOf(context), context.settings.allowOffline);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

@@ -21,11 +21,9 @@ namespace {
 std::map<std::string, TrimmedAsset> trimAll(const std::map<std::string, TrimPlan>& plans,
                                             ArchiveExportContext& context) {
     context.log(LogEntryType::info, localized("Trimme Video...", "Trimming video..."));
-    const std::string progressText = localized("Trimme Video", "Trimming video");
     std::map<std::string, TrimmedAsset> trimmed;
     int index = 0;
     for (const auto& [id, plan] : plans) {
-        context.reportProgress(index, static_cast<int>(plans.size()), progressText);
         if (std::optional<TrimmedMedia> media =
                 trimPlannedAsset(plan, context, index, static_cast<int>(plans.size()))) {
             // The rewrite maps times through the ranges the file really holds.
@@ -45,11 +43,11 @@ std::set<std::string> acceptOfflineSources(const ArchivePlanning& planning,
     std::set<std::string> ids;
     for (const AssetDecision* decision : unavailable) {
         ids.insert(decision->assetID);
-        context.log(context.allowOffline ? LogEntryType::warning : LogEntryType::error,
-                    fmt::format("  {} Quelle {} ({}): {}", context.allowOffline ? "⚠️" : "✗",
+        context.log(context.settings.allowOffline ? LogEntryType::warning : LogEntryType::error,
+                    fmt::format("  {} Quelle {} ({}): {}", context.settings.allowOffline ? "⚠️" : "✗",
                                 sourceStateText(decision->source), decision->assetID, decision->path));
     }
-    if (!ids.empty() && !context.allowOffline) {
+    if (!ids.empty() && !context.settings.allowOffline) {
         throw Error(ProcessingError::domain, ProcessingError::incompleteArchive,
                     fmt::format("{} {} — {}", ids.size(),
                                 localized("Quelle(n) nicht verfügbar, es wurde nichts geschrieben",
@@ -74,7 +72,7 @@ void failUnlessEverySourceIsInTheBundle(const ArchivePlanning& planning, const s
     }
     if (!lost.empty()) {
         throw Error(
-            "Processing", 1,
+            ProcessingError::domain, ProcessingError::incompleteArchive,
             fmt::format("{}: {}", localized("Nicht ins Archiv übernommen", "Not put into the archive"),
                         fmt::join(lost, ", ")));
     }
@@ -117,7 +115,7 @@ void ClipTrimmingExportTask::execute(ArchiveExportContext& context) const {
         if (!trimmed.empty()) {
             context.log(LogEntryType::info, "Aktualisiere FCPXML-Zeitattribute (ffprobe)...");
             rewriteTiming(trimmed, *context.xmlDocument, context, [&](const std::filesystem::path& file) {
-                return FFProbe::probeDuration(file, context.tools);
+                return FFProbe::probeDuration(file, probeSetupOf(context));
             });
         }
     }

@@ -59,7 +59,7 @@ TEST(MediaReferences, TrimmedAssetsBecomeNewMediaCopiesKeepTheirIdentityAndProje
 class BundleWrite : public ::testing::Test {
 protected:
     BundleWrite() {
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.exportTimestamp = "20250314_0930";
         context.actionType = ExportActionType::archiving;
@@ -121,6 +121,28 @@ TEST_F(BundleWrite, ABundleOfTheSameNameFromAnotherProjectIsLeftAlone) {
     other.sourceURL = folder / "out" / "archiv_Film 2.fcpxmld" / "Info.fcpxml";
     std::filesystem::create_directories(other.sourceURL.parent_path());
     EXPECT_EQ(chooseArchiveBundle(other), folder / "out" / "archiv_Film 3.fcpxmld");
+}
+
+TEST_F(BundleWrite, DocumentsOlderThanBundlesBecomeAPlainProjectBesideTheirMedia) {
+    context.sourceURL = folder / "Alt.fcpxml";
+    context.xmlDocument = XmlDocument::parse("<fcpxml version=\"1.9\"><resources/></fcpxml>");
+    context.bundleURL = chooseArchiveBundle(context);
+    const std::filesystem::path archive = folder / "out" / "archiv_Film";
+    EXPECT_EQ(context.bundleURL, archive);
+    ArchiveBundleWriteTask("Bundle schreiben", true).execute(context);
+    EXPECT_THAT(test::filesIn(folder / "out"),
+                ElementsAre(archive, archive / "Media", archive / "archiv_Film.fcpxml"));
+    EXPECT_EQ(XmlDocument::load(archiveDocumentURL(archive))->root().attribute("version"), "1.9");
+    EXPECT_THAT(log.lines(),
+                Contains("ℹ️   → archiv_Film.fcpxml: " + (archive / "archiv_Film.fcpxml").string()));
+
+    EXPECT_FALSE(archivesAsBundle(*XmlDocument::parse("<fcpxml version=\"1.3\"/>")));
+    for (const char* version : {"1.10", "1.13", "2.0", "unreadable"}) {
+        EXPECT_TRUE(
+            archivesAsBundle(*XmlDocument::parse("<fcpxml version=\"" + std::string(version) + "\"/>")))
+            << version;
+    }
+    EXPECT_EQ(archiveDocumentURL("/a/archiv_X.fcpxmld"), "/a/archiv_X.fcpxmld/Info.fcpxml");
 }
 
 TEST_F(BundleWrite, APreparedBundleHasNoLeftoversOfAnInterruptedRun) {

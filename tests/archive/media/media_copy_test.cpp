@@ -27,7 +27,7 @@ std::string mediaAsset(const std::string& id, const std::filesystem::path& file,
 class BypassCopy : public ::testing::Test {
 protected:
     BypassCopy() {
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.logger = log.logger();
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();
@@ -49,6 +49,14 @@ protected:
 TEST_F(BypassCopy, CopiesMediaAssetsAndRepointsThem) {
     test::writeTextFile(folder / "card" / "C0001.MOV", "video");
     test::writeTextFile(folder / "card" / "still.png", "png");
+    // Each copy's step, and the file it names, as the progress reports went by.
+    std::vector<std::pair<int, std::string>> steps;
+    context.progressUpdater = [&](const ProcessingProgress& report) {
+        EXPECT_EQ(report.total, 2);
+        if (steps.empty() || steps.back() != std::make_pair(report.current, report.itemName)) {
+            steps.emplace_back(report.current, report.itemName);
+        }
+    };
     EXPECT_EQ(run(mediaAsset("r1", folder / "card" / "C0001.MOV", "hasVideo=\"1\" hasAudio=\"1\"") +
                       mediaAsset("r2", folder / "card" / "still.png", "hasVideo=\"1\"") +
                       mediaAsset("r3", folder / "card" / "none.xml", "hasVideo=\"0\" hasAudio=\"0\"") +
@@ -74,6 +82,8 @@ TEST_F(BypassCopy, CopiesMediaAssetsAndRepointsThem) {
                 ElementsAre("ℹ️ ┌─ DIAGNOSE: Bypass-Kopie-Ergebnis", "ℹ️ │  Kopiert: 2",
                             "ℹ️ │  Bereits vorhanden: 0", "ℹ️ │  FEHLGESCHLAGEN: 0",
                             "ℹ️ └─ Gesamt verarbeitet: 2"));
+    using Step = std::pair<int, std::string>;
+    EXPECT_THAT(steps, ElementsAre(Step{0, "C0001.MOV"}, Step{1, "still.png"}));
 }
 
 TEST_F(BypassCopy, DiagnosisBoxAndEmptyList) {
@@ -81,7 +91,8 @@ TEST_F(BypassCopy, DiagnosisBoxAndEmptyList) {
     const std::vector<std::string>& lines = log.lines();
     ASSERT_GE(lines.size(), 7u);
     EXPECT_EQ(lines[1], "ℹ️ ┌─ DIAGNOSE: Bypass-Kopie-Phase");
-    EXPECT_EQ(lines[2], "ℹ️ │  Ziel-Ordner: " + media("").parent_path().string());  // no sandbox line here
+    EXPECT_EQ(lines[2],
+              "ℹ️ │  Ziel-Ordner: " + media("").parent_path().string());  // no sandbox line here
     EXPECT_EQ(lines[3], "ℹ️ │  Ziel existiert: JA");
     EXPECT_EQ(lines[4], "ℹ️ │  Ziel beschreibbar: JA");
     EXPECT_EQ(lines[5], "ℹ️ └─ Assets zu kopieren: 0");

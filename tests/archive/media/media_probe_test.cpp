@@ -6,6 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <signal.h>
+
+#include <chrono>
+#include <functional>
+#include <stop_token>
+#include <thread>
+#include <vector>
+
 namespace tidyreel {
 namespace {
 
@@ -92,12 +100,44 @@ TEST(ProResRule, NeedsAllFourFacts) {
 
 TEST(ProbeRun, FailingProbeCarriesItsStandardError) {
     test::TempFolder folder;
-    const ToolPaths probe{"", test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1")};
+    ProbeSetup probe;
+    probe.tools.ffprobe = test::writeScript(folder / "ffprobe", "echo 'No such file' >&2; exit 1");
     EXPECT_EQ(probeFailure([&] { probeCodec(folder / "x.mov", probe); }),
               "ffprobe failed (status 1): No such file");
-    const ToolPaths badBytes{"", test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1")};
+    ProbeSetup badBytes;
+    badBytes.tools.ffprobe = test::writeScript(folder / "ffprobe2", "printf '\\377' >&2; exit 1");
     EXPECT_EQ(probeFailure([&] { probeDuration(folder / "x.mov", badBytes); }),
               "ffprobe failed (status 1): ?");
+}
+
+// A probe that hangs (a source on a stalled share) is ended by the run's stop request, for every kind of
+// probe, and by its time limit as a failed probe.
+TEST(ProbeRun, AHangingProbeEndsOnTheRunsStopRequestAndAtItsTimeLimit) {
+    test::TempFolder folder;
+    const std::filesystem::path pidFile = folder / "ffprobe.pid";
+    const std::filesystem::path ffprobe =
+        test::writeScript(folder / "ffprobe", "echo $$ > '" + pidFile.string() + "'\nexec sleep 60");
+    const std::vector<std::function<void(const ProbeSetup&)>> probes{
+        [&](const ProbeSetup& setup) { probeCodec(folder / "x.mov", setup); },
+        [&](const ProbeSetup& setup) { probeDuration(folder / "x.mov", setup); },
+        [&](const ProbeSetup& setup) { hasAudioStream(folder / "x.mov", setup); }};
+    for (const auto& probe : probes) {
+        std::filesystem::remove(pidFile);
+        std::stop_source stop;
+        std::jthread canceller([&] {
+            while (test::readTextFile(pidFile).empty()) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            }
+            stop.request_stop();
+        });
+        EXPECT_THROW(probe({{"", ffprobe}, std::chrono::minutes(10), stop.get_token()}), RunCancelled);
+        canceller.join();
+        EXPECT_NE(kill(std::stoi(test::readTextFile(pidFile)), 0), 0) << "the stopped ffprobe is gone";
+    }
+    EXPECT_EQ(probeFailure([&] {
+                  probeDuration(folder / "x.mov", {{"", ffprobe}, std::chrono::seconds(1), {}});
+              }),
+              "ffprobe stopped after 1 s");
 }
 
 }  // namespace

@@ -15,6 +15,7 @@ namespace {
 using test::LogCollector;
 using test::ScopedEnvironment;
 using ::testing::Contains;
+using ::testing::DoubleEq;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
@@ -23,9 +24,9 @@ using ::testing::HasSubstr;
 class SegmentTrimming : public ::testing::Test {
 protected:
     SegmentTrimming() {
-        context.encoder = "hevc_videotoolbox";
+        context.settings.encoder = "hevc_videotoolbox";
         installTools();
-        context.outputDirectory = folder / "out";
+        context.settings.outputDirectory = folder / "out";
         context.projectName = "Film";
         context.bundledAssets = std::make_shared<BundledAssetRegistry>();
         context.xmlDocument = test::projectWith(
@@ -37,7 +38,7 @@ protected:
     }
 
     void installTools() {
-        context.tools.ffmpeg = test::writeScript(
+        context.settings.tools.ffmpeg = test::writeScript(
             folder / "bin" / "ffmpeg",
             "echo \"$*\" >> '" + (folder / "calls.txt").string() +
                 "'\n"
@@ -46,7 +47,7 @@ protected:
                 (folder / "pieces.txt").string() +
                 "'; cat concat_list.txt > \"$last\"; else echo cut > \"$last\"; fi\n" + ffmpegExit);
         // A piece lasts 251/25 s; a joined or single cut answers `cutDuration` frames.
-        context.tools.ffprobe = test::writeScript(
+        context.settings.tools.ffprobe = test::writeScript(
             folder / "bin" / "ffprobe",
             "for last; do :; done\ncase \"$6\" in stream=codec_name*) echo '" + codecJson +
                 "';; *) case \"$last\" in */seg_*) frames=251;; *) frames=" + cutDuration +
@@ -55,7 +56,7 @@ protected:
                 "esac");
     }
 
-    TrimPlan plan(std::vector<Segment> segments) const {
+    TrimPlan plan(std::vector<HalfOpenRange> segments) const {
         return TrimPlan{"r1",
                         (folder / "src" / "A001.m4v").string(),
                         "file:///src/A001.m4v",
@@ -116,6 +117,23 @@ TEST_F(SegmentTrimming, SeveralSegmentsAreCutIntoATemporaryFolderAndJoined) {
     EXPECT_TRUE(test::filesIn(folder / "tmp").empty()) << "the pieces' folder is removed";
 }
 
+// Pieces cut one by one carry the asset's progress on where the last piece ended, so that the bar of
+// the step never falls back; every report names the source file.
+TEST_F(SegmentTrimming, ProgressRunsOnAcrossThePiecesAndNamesTheSource) {
+    ffmpegExit = "echo 'frame=125 time=00:00:05.00 bitrate=1' >&2; exit 0";
+    installTools();
+    std::vector<ProcessingProgress> reports;
+    context.progressUpdater = [&](const ProcessingProgress& report) { reports.push_back(report); };
+    trimAsset(plan({{0, 10}, {30, 40}, {60, 70}}), context, 2, 4);
+    std::vector<double> fractions;
+    for (const ProcessingProgress& report : reports) {
+        EXPECT_EQ(std::make_pair(report.current, report.total), std::make_pair(2, 4));
+        EXPECT_EQ(report.itemName, "A001.m4v");
+        fractions.push_back(report.stepFraction);
+    }
+    EXPECT_THAT(fractions, ElementsAre(DoubleEq(1.0 / 6), DoubleEq(0.5), DoubleEq(5.0 / 6)));
+}
+
 TEST_F(SegmentTrimming, AVFoundationProRes4444IsCutByStreamCopy) {
     codecJson = R"({"streams":[{"codec_name":"prores","codec_tag_string":"ap4h","start_pts":"0",)"
                 R"("tags":{"encoder":"Apple ProRes 4444"}}]})";
@@ -144,7 +162,7 @@ TEST_F(SegmentTrimming, FailedCutRemovesItsOutputAndCopiesTheSourceWhole) {
 }
 
 TEST_F(SegmentTrimming, WithoutFFmpegTheSourceIsCopiedWhole) {
-    context.tools.ffmpeg = folder / "nothing";
+    context.settings.tools.ffmpeg = folder / "nothing";
     const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
     EXPECT_FALSE(trimPlannedAsset(plan({{0, 10}}), context, 0, 1));
     EXPECT_THAT(log.lines(),

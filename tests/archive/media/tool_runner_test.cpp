@@ -23,7 +23,7 @@ protected:
 
     // Installs a stand-in ffmpeg running `body`.
     void standInFFmpeg(const std::string& body) {
-        context.tools.ffmpeg = test::writeScript(folder / "bin" / "ffmpeg", body);
+        context.settings.tools.ffmpeg = test::writeScript(folder / "bin" / "ffmpeg", body);
     }
 
     // Runs ffmpeg and returns the error it throws.
@@ -74,14 +74,14 @@ TEST_F(ToolRunner, StandardErrorThatIsNotUTF8) {
 }
 
 TEST_F(ToolRunner, MissingFFmpegFailsBeforeAnyLine) {
-    context.tools = {folder / "nothing", folder / "nothing"};
+    context.settings.tools = {folder / "nothing", folder / "nothing"};
     const ScopedEnvironment emptyPath("PATH", (folder / "empty").string());
     const Error error = failure();
     EXPECT_EQ(error.domain(), "ffmpeg");
     EXPECT_EQ(error.code(), -1);
     EXPECT_STREQ(error.what(), "ffmpeg binary nicht im App-Bundle gefunden");
     EXPECT_TRUE(log.lines().empty());
-    EXPECT_THROW(locateFFprobe(context.tools), ProbeError);
+    EXPECT_THROW(locateFFprobe(context.settings.tools), ProbeError);
 }
 
 TEST_F(ToolRunner, ReportsProgressFromTheEncoderStatistics) {
@@ -119,7 +119,7 @@ TEST_F(ToolRunner, ProgressSplitAcrossReadsIsStillHeard) {
 }
 
 TEST_F(ToolRunner, AStalledFFmpegIsStoppedAsFailed) {
-    const ScopedEnvironment shortLimit("TIDYREEL_FFMPEG_SILENCE_LIMIT", "0.5");
+    context.settings.toolLimits.ffmpegSilence = std::chrono::milliseconds(500);
     standInFFmpeg("echo 'reading input' >&2\nexec sleep 60");
     const Error error = failure();
     EXPECT_EQ(error.domain(), "ffmpeg");

@@ -8,6 +8,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace tidyreel {
 namespace {
 
@@ -24,12 +26,13 @@ protected:
 
     ArchivePlanning run(const std::string& resources, const std::string& spine, std::set<std::string> roles) {
         context.xmlDocument = test::projectWith(resources, spine);
-        context.includedRoles = std::move(roles);
-        context.buffer = 2;
-        context.minSegment = 20;
+        context.settings.includedRoles = std::move(roles);
+        context.settings.buffer = 2;
+        context.settings.minSegment = 20;
         context.logger = log.logger();
-        context.progressUpdater = [this](int current, int total, const std::string& name) {
-            progress.push_back(std::to_string(current) + "/" + std::to_string(total) + " " + name);
+        context.progressUpdater = [this](const ProcessingProgress& report) {
+            progress.push_back(std::to_string(report.current) + "/" + std::to_string(report.total) + " " +
+                               report.taskName);
         };
         return planArchive(context);
     }
@@ -50,7 +53,7 @@ TEST_F(ArchivePlanningRun, LogsTheRunAndPlansEveryUsedAsset) {
     const ArchivePlanning planning = run(kResources, kSpine, {"Video"});
     EXPECT_FALSE(planning.nothingUsed);
     ASSERT_EQ(planning.plans.size(), 1u);
-    EXPECT_THAT(planning.plans.at("a1").segments, ElementsAre(Segment{35, 55}));
+    EXPECT_THAT(planning.plans.at("a1").segments, ElementsAre(HalfOpenRange{35, 55}));
     EXPECT_THAT(progress, ElementsAre("0/2 Analysiere Assets", "1/2 Analysiere Assets"));
     const std::vector<std::string>& lines = log.lines();
     ASSERT_GE(lines.size(), 9u);
@@ -108,6 +111,24 @@ TEST_F(ArchivePlanningRun, PlanTableShowsDecisionsAndTotals) {
     setPreferredLanguages({"de"});
     EXPECT_THAT(formatPlanTable(run(kResources, kSpine, {"Video"}), {{trimmedID, CutMethod::reEncode}}),
                 HasSubstr("schneiden: 1 Segment, Re-Encode"));
+}
+
+// Only a regular file (or a link to one) is a source; anything else is never opened, since opening a
+// FIFO waits for a writer.
+TEST(SourceStates, FoldersDevicesAndFIFOsAreNoRegularFilesAndAreNeverOpened) {
+    test::TempFolder folder;
+    test::writeTextFile(folder / "clip.mov", "media");
+    std::filesystem::create_symlink(folder / "clip.mov", folder / "link.mov");
+    ASSERT_EQ(mkfifo((folder / "pipe.mov").c_str(), 0600), 0);
+    EXPECT_EQ(sourceStateOf(folder / "clip.mov"), SourceState::available);
+    EXPECT_EQ(sourceStateOf(folder / "link.mov"), SourceState::available);
+    EXPECT_EQ(sourceStateOf(folder / "gone.mov"), SourceState::missing);
+    EXPECT_EQ(sourceStateOf(folder / "pipe.mov"), SourceState::notRegularFile);
+    EXPECT_EQ(sourceStateOf(folder.path()), SourceState::notRegularFile);
+    EXPECT_EQ(sourceStateOf("/dev/zero"), SourceState::notRegularFile);
+    setPreferredLanguages({"en"});
+    EXPECT_EQ(sourceStateText(SourceState::notRegularFile), "not a regular file (folder, device or FIFO)");
+    setPreferredLanguages({});
 }
 
 }  // namespace

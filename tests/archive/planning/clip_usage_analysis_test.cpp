@@ -35,18 +35,18 @@ TEST(RoleNormalisation, LowerCasesTheMainRoleOnly) {
 TEST(UsedRanges, TimelineClipsCountWithSplitEditsAndTimeMapsButBrowserClipsDoNot) {
     LogCollector log;
     const UsageMap usage = usedRanges(XmlDocument::load(test::fixture("archive/used_ranges.fcpxml")), log);
-    const std::map<std::string, UsedRange> expected{{"r1", {10, 15}}, {"r2", {1, 3}},  {"r3", {4, 5}},
-                                                    {"r5", {8, 15}},  {"r6", {8, 17}}, {"r7", {10, 15}},
-                                                    {"r8", {4, 10}}};
+    const std::map<std::string, HalfOpenRange> expected{{"r1", {10, 15}}, {"r2", {1, 3}},  {"r3", {4, 5}},
+                                                        {"r5", {8, 15}},  {"r6", {8, 17}}, {"r7", {10, 15}},
+                                                        {"r8", {4, 10}}};
     ASSERT_EQ(usage.size(), expected.size());
     for (const auto& [asset, range] : expected) {
         EXPECT_THAT(usage.at(asset).ranges, ElementsAre(range)) << asset;
     }
     EXPECT_TRUE(log.contains("ℹ️   → Asset 'r1': Clip 'A' nutzt 10s - 15s (Dauer: 5s)"));
-    EXPECT_TRUE(log.contains(
-        "ℹ️   Split-Edit erkannt in 'J' (ref=r5): video=[10s..15s], gesamt=[8s..15s]"));
-    EXPECT_TRUE(log.contains(
-        "ℹ️   Split-Edit erkannt in 'L' (ref=r6): video=[10s..15s], gesamt=[8s..17s]"));
+    EXPECT_TRUE(
+        log.contains("ℹ️   Split-Edit erkannt in 'J' (ref=r5): video=[10s..15s], gesamt=[8s..15s]"));
+    EXPECT_TRUE(
+        log.contains("ℹ️   Split-Edit erkannt in 'L' (ref=r6): video=[10s..15s], gesamt=[8s..17s]"));
     EXPECT_EQ(log.lines().size(), 9u);
 }
 
@@ -60,7 +60,8 @@ TEST(UsedRanges, RoleFilterNormalisesAndLogsSkippedClips) {
     const UsageMap usage = usedRanges(document, log, {"video"});
     EXPECT_EQ(usage.size(), 1u);
     // Once an asset is included, every timeline use of it counts, whatever that clip's role.
-    EXPECT_THAT(usage.at("r1").ranges, ElementsAre(UsedRange{0, 5}, UsedRange{20, Rational(601001, 30000)}));
+    EXPECT_THAT(usage.at("r1").ranges,
+                ElementsAre(HalfOpenRange{0, 5}, HalfOpenRange{20, Rational(601001, 30000)}));
     EXPECT_THAT(
         log.lines(),
         ElementsAre("ℹ️   ⊗ Clip 'B' (Rolle: Interview) übersprungen (Rolle nicht ausgewählt)",
@@ -85,7 +86,7 @@ TEST(UsedRanges, AbsurdTimesMarkTheAssetInsteadOfWrapping) {
     LogCollector log;
     const UsageMap usage = usedRanges(document, log);
     EXPECT_TRUE(usage.at("r1").hasUnreadableTimes);
-    EXPECT_THAT(usage.at("r1").ranges, ElementsAre(UsedRange{1, 2}));
+    EXPECT_THAT(usage.at("r1").ranges, ElementsAre(HalfOpenRange{1, 2}));
     EXPECT_TRUE(log.lines().front().starts_with("⚠️   Asset 'r1': Clip 'Huge' hat unlesbare Zeitwerte"));
 }
 

@@ -8,32 +8,28 @@ namespace {
 
 using ::testing::ElementsAre;
 
-std::vector<Segment> merged(std::vector<Segment> intervals, Rational duration = 100) {
+std::vector<HalfOpenRange> merged(std::vector<HalfOpenRange> intervals, Rational duration = 100) {
     return IntervalMerger::merge(std::move(intervals), duration, 5, 5, 15);
 }
 
 TEST(IntervalMerger, TouchingContainedAndRepeatedRangesJoinAndNothingStaysNothing) {
-    EXPECT_THAT(merged({{10, 20}, {30, 40}}), ElementsAre(Segment{5, 45}));
-    EXPECT_THAT(merged({{10, 60}, {20, 30}, {20, 30}}), ElementsAre(Segment{5, 65}));
+    EXPECT_THAT(merged({{10, 20}, {30, 40}}), ElementsAre(HalfOpenRange{5, 45}));
+    EXPECT_THAT(merged({{10, 60}, {20, 30}, {20, 30}}), ElementsAre(HalfOpenRange{5, 65}));
     EXPECT_TRUE(merged({}).empty());
 }
 
 TEST(IntervalMerger, GapOfExactlyTheSlackJoinsOneMoreDoesNot) {
-    EXPECT_THAT(merged({{10, 20}, {45, 50}}), ElementsAre(Segment{5, 55}));
-    EXPECT_THAT(merged({{46, 50}, {10, 20}}), ElementsAre(Segment{5, 25}, Segment{41, 55}));
+    EXPECT_THAT(merged({{10, 20}, {45, 50}}), ElementsAre(HalfOpenRange{5, 55}));
+    EXPECT_THAT(merged({{46, 50}, {10, 20}}), ElementsAre(HalfOpenRange{5, 25}, HalfOpenRange{41, 55}));
     const Rational justOver = Rational(45) + Rational(1, 30000);
     EXPECT_EQ(merged({{10, 20}, {justOver, 50}}).size(), 2u);
 }
 
 TEST(IntervalMerger, ClampsAtZeroAndAtTheDuration) {
-    EXPECT_THAT(merged({{2, 4}}), ElementsAre(Segment{0, 9}));
-    EXPECT_THAT(merged({{90, 100}}), ElementsAre(Segment{85, 100}));
-    EXPECT_THAT(merged({{Rational(1001, 30000), Rational(2002, 30000)}}, 3), ElementsAre(Segment{0, 3}));
-}
-
-TEST(IntervalMerger, TotalLength) {
-    EXPECT_EQ(totalLength({{0, Rational(1, 2)}, {10, 12}}), Rational(5, 2));
-    EXPECT_EQ(totalLength({}), Rational(0));
+    EXPECT_THAT(merged({{2, 4}}), ElementsAre(HalfOpenRange{0, 9}));
+    EXPECT_THAT(merged({{90, 100}}), ElementsAre(HalfOpenRange{85, 100}));
+    EXPECT_THAT(merged({{Rational(1001, 30000), Rational(2002, 30000)}}, 3),
+                ElementsAre(HalfOpenRange{0, 3}));
 }
 
 }  // namespace

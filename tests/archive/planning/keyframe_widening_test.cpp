@@ -23,39 +23,39 @@ const IsClosedKeyframe kSomeOpen = [](Rational keyframe) {
     return keyframe != key(2) && keyframe != key(3) && keyframe != key(6) && keyframe != key(7);
 };
 
-std::optional<std::vector<Segment>> widened(const std::vector<Segment>& segments,
-                                            const IsClosedKeyframe& isClosed = kClosed) {
+std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
+                                                  const IsClosedKeyframe& isClosed = kClosed) {
     return widenToKeyframes(segments, kKeyframes, isClosed, kFileEnd);
 }
 
 TEST(KeyframeWidening, SegmentsGrowOutwardToTheKeyframesAroundThem) {
     EXPECT_THAT(widened({{Rational(7, 10), Rational(13, 10)}}),
-                Optional(ElementsAre(Segment{key(1), key(3)})));
+                Optional(ElementsAre(HalfOpenRange{key(1), key(3)})));
     // Boundaries already on keyframes stay where they are.
-    EXPECT_THAT(widened({{key(2), key(4)}}), Optional(ElementsAre(Segment{key(2), key(4)})));
+    EXPECT_THAT(widened({{key(2), key(4)}}), Optional(ElementsAre(HalfOpenRange{key(2), key(4)})));
     // One tick past a keyframe takes the whole next GOP.
     EXPECT_THAT(widened({{key(2), key(4) + Rational(1, 30000)}}),
-                Optional(ElementsAre(Segment{key(2), key(5)})));
+                Optional(ElementsAre(HalfOpenRange{key(2), key(5)})));
 }
 
 TEST(KeyframeWidening, PiecesThatNowOverlapOrTouchAreMerged) {
     EXPECT_THAT(widened({{Rational(1, 10), Rational(6, 10)}, {Rational(9, 10), Rational(16, 10)}}),
-                Optional(ElementsAre(Segment{key(0), key(4)})));
+                Optional(ElementsAre(HalfOpenRange{key(0), key(4)})));
     EXPECT_THAT(widened({{key(1), key(2)}, {key(2), key(3)}}),
-                Optional(ElementsAre(Segment{key(1), key(3)})));
+                Optional(ElementsAre(HalfOpenRange{key(1), key(3)})));
     EXPECT_THAT(widened({{key(1), key(2)}, {key(5), key(6)}}),
-                Optional(ElementsAre(Segment{key(1), key(2)}, Segment{key(5), key(6)})));
+                Optional(ElementsAre(HalfOpenRange{key(1), key(2)}, HalfOpenRange{key(5), key(6)})));
 }
 
 TEST(KeyframeWidening, TheLastGOPEndsAtTheFileEnd) {
     EXPECT_THAT(widened({{Rational(46, 10), Rational(49, 10)}}),
-                Optional(ElementsAre(Segment{key(9), kFileEnd})));
+                Optional(ElementsAre(HalfOpenRange{key(9), kFileEnd})));
 }
 
 TEST(KeyframeWidening, OpenGOPsArePassedOverForTheKeyframeOneGOPFurtherOut) {
     // Keyframe 2 is open: the piece starts one GOP earlier.
     EXPECT_THAT(widened({{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kSomeOpen),
-                Optional(ElementsAre(Segment{key(1), key(5)})));
+                Optional(ElementsAre(HalfOpenRange{key(1), key(5)})));
     // Keyframes 6 and 7 are both open: no piece can end after 5; 3 and 2 are: none can start before 4.
     EXPECT_FALSE(widened({{key(4) + Rational(1, 10), key(5) + Rational(1, 10)}}, kSomeOpen));
     EXPECT_FALSE(widened({{key(3) + Rational(1, 10), key(4)}}, kSomeOpen));

@@ -17,8 +17,8 @@ using ::testing::HasSubstr;
 // Plans one asset of a document with the given settings and facts.
 class SegmentPlanning : public ::testing::Test {
 protected:
-    AssetDecision plan(const std::string& resources, const std::vector<UsedRange>& ranges, double buffer = 5,
-                       double minSegment = 1) {
+    AssetDecision plan(const std::string& resources, const std::vector<HalfOpenRange>& ranges,
+                       double buffer = 5, double minSegment = 1) {
         document_ = projectWith(resources, "");
         index_ = std::make_unique<ResourceIndex>(*document_);
         settings_ = preparePlanningSettings(buffer, minSegment, settingsLog_.logger());
@@ -65,8 +65,8 @@ TEST_F(SegmentPlanning, TrimsWithFrameSnapAndLogsEveryStep) {
     const TrimPlan& trim = *decision.plan;
     EXPECT_EQ(trim.originalPath, "/media/A001.mov");
     EXPECT_EQ(trim.originalSrc, "file:///media/A001.mov");
-    EXPECT_THAT(trim.originalSegments, ElementsAre(Segment{5, 45}));
-    EXPECT_THAT(trim.segments, ElementsAre(Segment{Rational(149149, 30000), Rational(1350349, 30000)}));
+    EXPECT_THAT(trim.originalSegments, ElementsAre(HalfOpenRange{5, 45}));
+    EXPECT_THAT(trim.segments, ElementsAre(HalfOpenRange{Rational(149149, 30000), Rational(1350349, 30000)}));
     EXPECT_EQ(decision.used, Rational(20));
     EXPECT_EQ(decision.kept, Rational(1201200, 30000));
     EXPECT_THAT(
@@ -83,7 +83,7 @@ TEST_F(SegmentPlanning, AlignedUnknownFrameGridsAndVideoOnlyMedia) {
     const AssetDecision decision =
         plan(assetElement("r1", "b.MP4", "60s", "hasVideo=\"1\" format=\"f1\""), {{20, 30}});
     ASSERT_TRUE(decision.plan);
-    EXPECT_THAT(decision.plan->segments, ElementsAre(Segment{15, 35}));
+    EXPECT_THAT(decision.plan->segments, ElementsAre(HalfOpenRange{15, 35}));
     EXPECT_TRUE(log.contains("ℹ️        Frame-Grid-Snap: Alle Segmente bereits frame-aligned"));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1: 1 Segment(e), Einsparung: 40s (66.7%) [Video-only]"));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1 [.mp4]: Rollen=[—] → Trim-Kandidat"));
@@ -133,8 +133,8 @@ TEST_F(SegmentPlanning, WhatCannotBeTrimmedSafelyStaysWholeAndSaysWhy) {
         "(FCP-Import-Klemmung der Audio-Wanne)");
     jlCuts.clear();
 
-    for (const std::vector<UsedRange>& ranges :
-         std::vector<std::vector<UsedRange>>{{{-1, 5}}, {{10, 101}}, {{10, 10}}, {{5, 6}, {20, 19}}}) {
+    for (const std::vector<HalfOpenRange>& ranges :
+         std::vector<std::vector<HalfOpenRange>>{{{-1, 5}}, {{10, 101}}, {{10, 10}}, {{5, 6}, {20, 19}}}) {
         EXPECT_EQ(plan(movie, ranges).reason, SkipReason::outsideDuration);
     }
     EXPECT_EQ(
@@ -162,7 +162,7 @@ TEST_F(SegmentPlanning, TimecodeOriginPlansInFileTime) {
         {{3610, 3620}, {3700, 3710}});
     ASSERT_TRUE(decision.plan);
     EXPECT_EQ(decision.plan->origin, Rational(3600));
-    EXPECT_THAT(decision.plan->segments, ElementsAre(Segment{5, 25}, Segment{95, 115}));
+    EXPECT_THAT(decision.plan->segments, ElementsAre(HalfOpenRange{5, 25}, HalfOpenRange{95, 115}));
     EXPECT_TRUE(log.contains("ℹ️   → Asset r1: Timecode-Ursprung 3600s — Bereiche relativ dazu"));
     EXPECT_TRUE(log.contains("ℹ️        [0] 10s..20s (10.0..20.0)"));
 }

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace tidyreel {
 namespace {
 
@@ -13,7 +15,7 @@ using test::LogCollector;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 
-const std::vector<Segment> kTwoSegments{{10, 20}, {40, 55}};
+const std::vector<HalfOpenRange> kTwoSegments{{10, 20}, {40, 55}};
 
 TEST(Remap, MovesTimesByTheEarlierSegments) {
     EXPECT_EQ(remap(12, kTwoSegments, {}, std::nullopt), Rational(2));
@@ -34,7 +36,7 @@ TEST(Remap, OnlyEarlierDriftsMoveTimes) {
 }
 
 TEST(Remap, SnapsToTheFrameGridHalvesAwayFromZero) {
-    const std::vector<Segment> one{{0, 100}};
+    const std::vector<HalfOpenRange> one{{0, 100}};
     const Rational frame(1, 25);
     EXPECT_EQ(remap(Rational(201, 100), one, {}, frame), Rational(2));
     EXPECT_EQ(remap(Rational(203, 100), one, {}, frame), Rational(51, 25));
@@ -44,7 +46,7 @@ TEST(Remap, SnapsToTheFrameGridHalvesAwayFromZero) {
 // Rewrites one trimmed asset "r1" of a document and keeps the log.
 class TimingRewrite : public ::testing::Test {
 protected:
-    void rewrite(const std::string& spine, const std::vector<Segment>& segments,
+    void rewrite(const std::string& spine, const std::vector<HalfOpenRange>& segments,
                  std::vector<Rational> drifts = {}, std::optional<Rational> probed = std::nullopt,
                  const std::string& assetStart = "0s") {
         document = test::projectWith(
@@ -109,6 +111,31 @@ TEST_F(TimingRewrite, MovesStartsLanesMarkersAndAudio) {
     EXPECT_THAT(log.lines(), Contains("ℹ️   → r1: ffprobe Dauer = 10s"));
     EXPECT_THAT(log.lines(),
                 Contains("ℹ️   → r1: Source-Frame-Grid 1/25s (0.04s/Frame) — start-Snap aktiv"));
+}
+
+TEST_F(TimingRewrite, MarkersOnMediaCutAwayStayOnTheirClip) {
+    rewrite(
+        "<asset-clip ref=\"r1\" start=\"95s\" duration=\"2s\">"
+        "<marker start=\"80s\" value=\"Vorher\"/><marker start=\"91s\" value=\"Griff\"/>"
+        "<chapter-marker start=\"99s\" value=\"Danach\"/><keyword start=\"98s\" value=\"Rand\"/>"
+        "</asset-clip>",
+        {{90, 98}}, {}, Rational(8));
+    EXPECT_EQ(attribute("//asset-clip", "start"), "5s");
+    // Before the kept media: on the clip's first frame; after it: on its last frame.
+    EXPECT_EQ(attribute("//marker[@value='Vorher']", "start"), "5s");
+    EXPECT_EQ(attribute("//chapter-marker", "start"), "174/25s");
+    // Markers in the kept handles stay where they were on the media, hidden as before.
+    EXPECT_EQ(attribute("//marker[@value='Griff']", "start"), "1s");
+    EXPECT_EQ(attribute("//keyword", "start"), "8s");
+    EXPECT_THAT(log.lines(),
+                Contains("⚠️        ↳ <marker value='Vorher'> @ 80s: lay on media cut away → "
+                         "kept on the clip at 5s"));
+    EXPECT_THAT(log.lines(),
+                Contains("⚠️        ↳ <chapter-marker value='Danach'> @ 99s: lay on media cut away → "
+                         "kept on the clip at 174/25s"));
+    EXPECT_EQ(std::count_if(log.lines().begin(), log.lines().end(),
+                            [](const std::string& line) { return line.starts_with("⚠️"); }),
+              2);
 }
 
 TEST_F(TimingRewrite, LinearlyRetimedClipsRewriteTheirMap) {

@@ -4,6 +4,7 @@
 #include "archive/media/tool_runner.h"
 #include "archive/media/video_packets.h"
 #include "archive/planning/timing_rewrite.h"
+#include "bench_files.h"
 #include "core/export_pipeline.h"
 #include "fcpxml/media_path.h"
 #include "fcpxml/xml.h"
@@ -22,19 +23,11 @@ namespace {
 namespace fs = std::filesystem;
 
 const fs::path& workFolder() {
-    static const fs::path folder = [] {
-        const fs::path path = fs::temp_directory_path() / "tidyreel-archive-run-bench";
-        fs::create_directories(path);
-        return path;
-    }();
+    static const fs::path folder = tidyreel::bench::benchFolder("tidyreel-archive-run-bench");
     return folder;
 }
 
-void shell(const std::string& line) {
-    if (std::system(line.c_str()) != 0) {
-        throw std::runtime_error("failed: " + line);
-    }
-}
+using tidyreel::bench::shell;
 
 // A project of `assets` tiny media files, each used by its clips like a feature's rushes.
 fs::path archiveProject(int assets) {

@@ -2,6 +2,7 @@
 
 #include "archive/media/archive_report.h"
 #include "archive/media/encoder_profile.h"
+#include "archive/media/stream_copy_cut.h"
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
 #include "base/language.h"
@@ -59,13 +60,30 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
     }
 }
 
+// How each trimmed asset would be cut: with `copy`, stream-copied where its source allows it (a source
+// that cannot be probed is re-encoded, as the run would do).
+CutMethods plannedCutMethods(const ArchivePlanning& planning, const RunSettings& settings) {
+    const bool copy = selectedEncoderProfile(settings.encoder) == EncoderProfile::copy;
+    CutMethods methods;
+    for (const auto& [id, plan] : planning.plans) {
+        bool copyable = false;
+        try {
+            copyable = copy && !streamCopyObstacle(
+                                   plan, ProbeSetup{settings.tools, settings.toolLimits.ffprobeTime, {}});
+        } catch (const Error&) {
+        }
+        methods[id] = copyable ? CutMethod::streamCopy : CutMethod::reEncode;
+    }
+    return methods;
+}
+
 // The planning half on a fresh copy of the project, logged through the controller; nothing is written.
 int dryRun(ContentViewModel& controller) {
     const std::optional<ArchivePlanning> planning = controller.planArchiving();
     if (!planning) {
         return exitWorkflowFailed;
     }
-    std::cout << '\n' << formatPlanTable(*planning);
+    std::cout << '\n' << formatPlanTable(*planning, plannedCutMethods(*planning, controller.runSettings()));
     for (const AssetDecision* decision : unavailableSources(*planning)) {
         controller.addLog(LogEntryType::warning,
                           "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);
@@ -92,7 +110,7 @@ CLI::Validator finitePositiveNumber() {
 // remembered.
 std::vector<std::string> availableEncoderNames() {
     std::vector<std::string> names;
-    for (const EncoderProfile profile : {EncoderProfile::libx265, EncoderProfile::hevcVideoToolbox}) {
+    for (const EncoderProfile profile : kEncoderProfiles) {
         if (isEncoderProfileAvailable(profile)) {
             names.emplace_back(encoderProfileName(profile));
         }

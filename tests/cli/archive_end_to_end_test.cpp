@@ -49,28 +49,6 @@ protected:
     std::filesystem::path output = folder / "Ausgabe";
 };
 
-// The index of the frame shown in the slot of `frame` seconds at `time` (seconds from the file's start):
-// the last one starting before the slot's middle, by the file's real frame timestamps.
-long shownFrame(const std::filesystem::path& file, Rational time, Rational frame) {
-    const std::vector<VideoPacket> frames = probeVideoPackets(file, {});
-    const auto after = std::lower_bound(frames.begin(), frames.end(), time + frame / 2,
-                                        [](const VideoPacket& shown, Rational t) { return shown.time < t; });
-    return static_cast<long>(after - frames.begin()) - 1;
-}
-
-// The archived clip must show the frame the original showed at its start, not a neighbour.
-void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
-                     const std::filesystem::path& archived, Rational newStart, Rational origin,
-                     Rational frame, const std::string& what) {
-    const long sourceFrame = shownFrame(source, oldStart - origin, frame);
-    const double shown = frameBrightness(archived, shownFrame(archived, newStart - origin, frame));
-    EXPECT_NEAR(shown, frameBrightness(source, sourceFrame), 6.0) << what;
-    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame - 1)), 15.0)
-        << what << ": the frame before";
-    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame + 1)), 15.0)
-        << what << ": the frame after";
-}
-
 // A time attribute of the first element `path` finds.
 Rational timeAt(const std::shared_ptr<XmlDocument>& document, const std::string& path,
                 const char* attribute) {

@@ -1,9 +1,12 @@
 #include "cli/archive_media_support.h"
 
+#include "archive/media/video_packets.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <numeric>
@@ -17,12 +20,12 @@ bool runShell(const std::string& commandLine) {
 namespace {
 
 // Frame n of the picture has the grey level (n × 37 + shift) mod 256.
-void makeRampVideo(const std::filesystem::path& file, int seconds, int rate, int shift,
+void makeRampVideo(const std::filesystem::path& file, int seconds, const std::string& rate, int shift,
                    const std::string& extraArguments) {
     std::filesystem::create_directories(file.parent_path());
     const std::string duration = std::to_string(seconds);
-    const std::string source = "color=c=black:s=160x90:r=" + std::to_string(rate) + ":d=" + duration +
-                               ",geq=lum='mod(N*37+" + std::to_string(shift) + "\\,256)':cb=128:cr=128";
+    const std::string source = "color=c=black:s=160x90:r=" + rate + ":d=" + duration + ",geq=lum='mod(N*37+" +
+                               std::to_string(shift) + "\\,256)':cb=128:cr=128";
     const std::string tone = "sine=frequency=440:duration=" + duration;
     const std::string line = "ffmpeg -nostdin -v error -y -f lavfi -i \"" + source + "\" -f lavfi -i \"" +
                              tone + "\" " + extraArguments + " -shortest '" + file.string() + "'";
@@ -34,13 +37,13 @@ void makeRampVideo(const std::filesystem::path& file, int seconds, int rate, int
 }  // namespace
 
 void makeTestVideo(const std::filesystem::path& file, int seconds, int shift,
-                   const std::string& extraArguments) {
-    makeRampVideo(file, seconds, 25, shift, extraArguments);
+                   const std::string& extraArguments, const std::string& rate) {
+    makeRampVideo(file, seconds, rate, shift, extraArguments);
 }
 
 void makeVariableRateVideo(const std::filesystem::path& file, int seconds) {
     // Every 108 frames last 4 s: 60 at 1/30 s, then 48 at 1/24 s.
-    makeRampVideo(file, seconds, 30, 0,
+    makeRampVideo(file, seconds, "30", 0,
                   "-vf \"settb=1/600,setpts='(4*floor(N/108)+if(lt(mod(N\\,108)\\,60)\\,mod(N\\,108)/30\\,"
                   "2+(mod(N\\,108)-60)/24))/TB'\" -fps_mode passthrough -enc_time_base -1 -c:v libx264 "
                   "-preset ultrafast -g 30 -pix_fmt yuv420p -video_track_timescale 600 -c:a aac");
@@ -65,6 +68,25 @@ double frameBrightness(const std::filesystem::path& file, long index) {
     return sum / static_cast<double>(bytes.size());
 }
 
+std::string frameMD5(const std::filesystem::path& file, long index) {
+    const std::filesystem::path out = file.string() + "." + std::to_string(index) + ".md5";
+    runShell("ffmpeg -nostdin -v error -y -i '" + file.string() + "' -map 0:v:0 -vf \"select=eq(n\\," +
+             std::to_string(index) + ")\" -frames:v 1 -f framemd5 '" + out.string() + "'");
+    const std::string text = readTextFile(out);
+    std::filesystem::remove(out);
+    // The last field of the one frame line.
+    const std::size_t comma = text.find_last_of(',');
+    if (comma == std::string::npos) {
+        return {};
+    }
+    std::string hash = text.substr(comma + 1);
+    hash.erase(0, hash.find_first_not_of(' '));
+    while (!hash.empty() && (hash.back() == '\n' || hash.back() == ' ')) {
+        hash.pop_back();
+    }
+    return hash;
+}
+
 std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry) {
     const std::filesystem::path out = file.string() + ".probe";
     const bool isTag = entry.starts_with("tag:");
@@ -77,6 +99,25 @@ std::string videoStreamEntry(const std::filesystem::path& file, const std::strin
         value.pop_back();
     }
     return value;
+}
+
+long shownFrame(const std::filesystem::path& file, Rational time, Rational frame) {
+    const std::vector<VideoPacket> frames = probeVideoPackets(file, {});
+    const auto after = std::lower_bound(frames.begin(), frames.end(), time + frame / 2,
+                                        [](const VideoPacket& shown, Rational t) { return shown.time < t; });
+    return static_cast<long>(after - frames.begin()) - 1;
+}
+
+void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
+                     const std::filesystem::path& archived, Rational newStart, Rational origin,
+                     Rational frame, const std::string& what) {
+    const long sourceFrame = shownFrame(source, oldStart - origin, frame);
+    const double shown = frameBrightness(archived, shownFrame(archived, newStart - origin, frame));
+    EXPECT_NEAR(shown, frameBrightness(source, sourceFrame), 6.0) << what;
+    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame - 1)), 15.0)
+        << what << ": the frame before";
+    EXPECT_GT(std::abs(shown - frameBrightness(source, sourceFrame + 1)), 15.0)
+        << what << ": the frame after";
 }
 
 std::size_t fileChecksum(const std::filesystem::path& file) {

@@ -65,9 +65,25 @@ std::string growthText(double saving) {
                        localized("größer als das Original", "larger than the original"));
 }
 
+// Per trimmed file whether it holds the source's own pictures or newly encoded ones.
+void logCutMethods(const ArchiveExportContext& context) {
+    if (!context.bundledAssets) {
+        return;
+    }
+    for (const auto& [id, registration] : context.bundledAssets->snapshot()) {
+        if (registration.isTrimmed) {
+            context.log(LogEntryType::info,
+                        fmt::format("  → {}: {}",
+                                    std::filesystem::path(registration.relativePath).filename().string(),
+                                    cutMethodText(registration.cut)));
+        }
+    }
+}
+
 }  // namespace
 
 ArchiveReport computeArchiveReport(const ArchiveExportContext& context) {
+    logCutMethods(context);
     const ArchiveReport report{Clock::now(), sourceSizes(context), folderSize(archiveMediaFolder(context))};
     const double saving = archiveSavingPercent(report);
     context.log(LogEntryType::success,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/media/media_names.h"
+#include "archive/planning/plan_table.h"
 
 #include <filesystem>
 #include <map>
@@ -11,9 +12,10 @@ namespace tidyreel {
 
 /// One file placed in the bundle's `Media` folder for an asset.
 struct Registration {
-    std::string relativePath;  ///< "./Media/" + file name
-    std::string originalSrc;   ///< the asset's `src` before archiving
-    bool isTrimmed = false;    ///< cut down (true) or copied whole (false)
+    std::string relativePath;             ///< "./Media/" + file name
+    std::string originalSrc;              ///< the asset's `src` before archiving
+    bool isTrimmed = false;               ///< cut down (true) or copied whole (false)
+    CutMethod cut = CutMethod::reEncode;  ///< how a trimmed file was cut
 
     bool operator==(const Registration&) const = default;
 };

@@ -45,11 +45,19 @@ std::string segmentFilters(std::size_t index, const SegmentCut& cut, Rational se
 }  // namespace
 
 std::string_view encoderProfileName(EncoderProfile profile) {
-    return profile == EncoderProfile::hevcVideoToolbox ? "hevc_videotoolbox" : "libx265";
+    switch (profile) {
+        case EncoderProfile::hevcVideoToolbox:
+            return "hevc_videotoolbox";
+        case EncoderProfile::copy:
+            return "copy";
+        case EncoderProfile::libx265:
+            break;
+    }
+    return "libx265";
 }
 
 std::optional<EncoderProfile> encoderProfileNamed(std::string_view name) {
-    for (const EncoderProfile profile : {EncoderProfile::hevcVideoToolbox, EncoderProfile::libx265}) {
+    for (const EncoderProfile profile : kEncoderProfiles) {
         if (encoderProfileName(profile) == name) {
             return profile;
         }

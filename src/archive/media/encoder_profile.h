@@ -15,9 +15,15 @@ namespace tidyreel {
 enum class EncoderProfile {
     hevcVideoToolbox,  ///< macOS hardware HEVC: one ffmpeg run per segment, joined by the concat demuxer
     libx265,           ///< software HEVC: all segments of a file in one frame-exact ffmpeg run
+    copy,              ///< no re-encoding: segments are stream-copied, long-GOP ones widened to keyframes
 };
 
-/// The profile's name as the setting "encoder" and `--encoder` write it ("hevc_videotoolbox", "libx265").
+/// Every profile, in the order `--help` lists them.
+inline constexpr EncoderProfile kEncoderProfiles[] = {EncoderProfile::libx265,
+                                                      EncoderProfile::hevcVideoToolbox, EncoderProfile::copy};
+
+/// The profile's name as the setting "encoder" and `--encoder` write it ("hevc_videotoolbox", "libx265",
+/// "copy").
 std::string_view encoderProfileName(EncoderProfile profile);
 /// The profile with that name; no value for any other text.
 std::optional<EncoderProfile> encoderProfileNamed(std::string_view name);

@@ -77,14 +77,21 @@ Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup&
 
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return firstProbeStream(
-                   parsedProbeObject(runProbe(probeArguments("stream=index", file, "a:0"), setup)))
-            .has_value();
+        return audioCodecName(file, setup).has_value();
     } catch (const RunCancelled&) {
         throw;
     } catch (const Error&) {
         return false;
     }
+}
+
+std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ProbeSetup& setup) {
+    const std::optional<nlohmann::json> stream = firstProbeStream(
+        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a:0"), setup)));
+    if (!stream) {
+        return std::nullopt;
+    }
+    return probeText(*stream, "codec_name", "unknown");
 }
 
 ProbeResult parseCodecProbe(std::string_view text) {

@@ -6,6 +6,7 @@
 #include "archive/media/media_copy.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/piece_timing.h"
+#include "archive/media/stream_copy_cut.h"
 #include "archive/media/tool_runner.h"
 #include "archive/media/video_packets.h"
 #include "base/error.h"
@@ -140,8 +141,8 @@ std::vector<Rational> cutAndJoinPieces(const TrimJob& job, TrimOutputs& outputs)
                                         "Stream-Copy",
                                         i + 1, segments.size()));
         }
-        cutSegment(job, segments[i], pieces.back(),
-                   fmt::format("Segment {}/{}", i + 1, segments.size()), secondsBefore.doubleValue());
+        cutSegment(job, segments[i], pieces.back(), fmt::format("Segment {}/{}", i + 1, segments.size()),
+                   secondsBefore.doubleValue());
         secondsBefore = secondsBefore + segments[i].length();
     }
     std::vector<Rational> drifts = measuredDrifts(job, pieces);
@@ -217,6 +218,18 @@ std::vector<Rational> cut(const TrimJob& job, TrimOutputs& outputs) {
         return {};
     }
     return cutAndJoinPieces(job, outputs);
+}
+
+// The `copy` profile's cut; no value after a log line when the source must be re-encoded instead.
+std::optional<StreamCopyResult> streamCopied(const TrimJob& job, const TrimOutputs& outputs) {
+    try {
+        return cutByStreamCopy(job.plan, job.source, outputs.output, job.context, job.progress);
+    } catch (const StreamCopyUnsuitable& reason) {
+        job.context.log(LogEntryType::info,
+                        fmt::format("       → Stream-Copy nicht möglich ({}) → Re-Encode ({})", reason.what(),
+                                    encoderProfileName(defaultEncoderProfile())));
+        return std::nullopt;
+    }
 }
 
 void logFrameSnaps(const TrimPlan& plan, const ExportContext& context) {
@@ -339,13 +352,21 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
         }};
     try {
         requireRegularFile(source);
-        job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
-        std::vector<Rational> drifts = cut(job, outputs);
+        TrimmedMedia trimmed{target, {}, plan.segments};
+        std::optional<StreamCopyResult> copied;
+        if (job.profile == EncoderProfile::copy && (copied = streamCopied(job, outputs))) {
+            trimmed = {target, std::move(copied->drifts), std::move(copied->segments), CutMethod::streamCopy};
+        } else {
+            job.profile = job.profile == EncoderProfile::copy ? defaultEncoderProfile() : job.profile;
+            job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
+            trimmed.drifts = cut(job, outputs);
+            trimmed.cut = job.streamCopy ? CutMethod::streamCopy : CutMethod::reEncode;
+        }
         checkTrimmedFile(outputs.output, totalLength(plan.segments), probeSetupOf(context));
         placeTrimmedFile(outputs.output, target);
-        context.bundledAssets->registerAsset(plan.assetID,
-                                             Registration{"./Media/" + name, plan.originalSrc, true});
-        return {target, std::move(drifts)};
+        context.bundledAssets->registerAsset(
+            plan.assetID, Registration{"./Media/" + name, plan.originalSrc, true, trimmed.cut});
+        return trimmed;
     } catch (...) {
         outputs.removeAll();
         throw;

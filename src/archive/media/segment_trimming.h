@@ -1,5 +1,6 @@
 #pragma once
 
+#include "archive/planning/plan_table.h"
 #include "archive/planning/segment_planning.h"
 #include "pipeline/export_context.h"
 #include "time/rational.h"
@@ -15,6 +16,9 @@ namespace tidyreel {
 struct TrimmedMedia {
     std::filesystem::path file;    ///< the new file in the bundle's `Media` folder
     std::vector<Rational> drifts;  ///< one per segment for several segments; empty for one
+    std::vector<HalfOpenRange>
+        segments;  ///< the media ranges the file holds: the plan's, or widened to keyframes
+    CutMethod cut = CutMethod::reEncode;  ///< whether the pictures were copied or encoded anew
 };
 
 /// The trimmed file's name: the source's stem, "_trimmed.", its extension as written.

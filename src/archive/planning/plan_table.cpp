@@ -9,11 +9,13 @@
 namespace tidyreel {
 namespace {
 
-std::string decisionText(const AssetDecision& decision) {
+std::string decisionText(const AssetDecision& decision, const CutMethods& methods) {
     if (decision.plan) {
         const std::size_t count = decision.plan->segments.size();
-        return fmt::format("{} {} {}", localized("schneiden:", "trim:"), count,
-                           count == 1 ? localized("Segment", "segment") : localized("Segmente", "segments"));
+        const auto method = methods.find(decision.assetID);
+        return fmt::format("{} {} {}{}", localized("schneiden:", "trim:"), count,
+                           count == 1 ? localized("Segment", "segment") : localized("Segmente", "segments"),
+                           method == methods.end() ? "" : ", " + cutMethodText(method->second));
     }
     return localized("ganz kopieren: ", "copy whole: ") + skipReasonText(decision.reason);
 }
@@ -74,7 +76,12 @@ std::string sourceStateText(SourceState state) {
     return localized("nicht lesbar", "unreadable");
 }
 
-std::string formatPlanTable(const ArchivePlanning& planning) {
+std::string cutMethodText(CutMethod method) {
+    return method == CutMethod::streamCopy ? localized("Stream-Copy", "stream-copied")
+                                           : localized("Re-Encode", "re-encoded");
+}
+
+std::string formatPlanTable(const ArchivePlanning& planning, const CutMethods& methods) {
     std::string table = row("Asset", localized("Datei", "File"), localized("Entscheidung", "Decision"),
                             localized("genutzt s", "used s"), localized("behalten s", "kept s"),
                             localized("gespart s", "saved s"));
@@ -88,8 +95,9 @@ std::string formatPlanTable(const ArchivePlanning& planning) {
         }
         const double assetKept = decision.kept.doubleValue();
         const double assetDuration = decision.duration.doubleValue();
-        table += row(decision.assetID, file, decisionText(decision), seconds(decision.used.doubleValue()),
-                     seconds(assetKept), seconds(assetDuration - assetKept));
+        table +=
+            row(decision.assetID, file, decisionText(decision, methods), seconds(decision.used.doubleValue()),
+                seconds(assetKept), seconds(assetDuration - assetKept));
         used += decision.used.doubleValue();
         kept += assetKept;
         duration += assetDuration;

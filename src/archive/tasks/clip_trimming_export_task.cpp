@@ -26,7 +26,10 @@ std::map<std::string, TrimmedAsset> trimAll(const std::map<std::string, TrimPlan
     for (const auto& [id, plan] : plans) {
         if (std::optional<TrimmedMedia> media =
                 trimPlannedAsset(plan, context, index, static_cast<int>(plans.size()))) {
-            trimmed.emplace(id, TrimmedAsset{plan, media->file, std::move(media->drifts)});
+            // The rewrite maps times through the ranges the file really holds.
+            TrimPlan held = plan;
+            held.segments = std::move(media->segments);
+            trimmed.emplace(id, TrimmedAsset{std::move(held), media->file, std::move(media->drifts)});
         }
         ++index;
     }

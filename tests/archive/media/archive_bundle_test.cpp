@@ -163,12 +163,18 @@ TEST_F(BundleWrite, ReportMeasuresSourcesAndBundleMedia) {
     context.bundledAssets->registerAsset(
         "r1", {"./Media/a b_trimmed.mov", MediaPath::url((folder / "src" / "a b.mov").string()), true});
     context.bundledAssets->registerAsset("r2", {"./Media/x.mov", "file:///nowhere/x.mov", false});
+    context.bundledAssets->registerAsset(
+        "r3", {"./Media/c_trimmed.mov", MediaPath::url((folder / "src" / "a b.mov").string()), true,
+               CutMethod::streamCopy});
     const ArchiveReport report = computeArchiveReport(context);
-    EXPECT_EQ(report.originalSize, 1'500'000);
+    EXPECT_EQ(report.originalSize, 3'000'000);
     EXPECT_EQ(report.archiveSize, 600'000);
-    EXPECT_THAT(log.lines(), ElementsAre("⚠️ Größe für Asset r2 nicht ermittelbar",
-                                         "✅ Report: Original 1,5 MB → Archiv 0,6 MB (\u221260.0%)"));
-    EXPECT_EQ(archiveReportLine(report), "Original 1,5 MB → Archiv 0,6 MB → Ersparnis 60.0%");
+    // Each trimmed file says how it was cut; a file copied whole was not cut.
+    EXPECT_THAT(log.lines(), ElementsAre("ℹ️   → a b_trimmed.mov: Re-Encode",
+                                         "ℹ️   → c_trimmed.mov: Stream-Copy",
+                                         "⚠️ Größe für Asset r2 nicht ermittelbar",
+                                         "✅ Report: Original 3 MB → Archiv 0,6 MB (\u221280.0%)"));
+    EXPECT_EQ(archiveReportLine(report), "Original 3 MB → Archiv 0,6 MB → Ersparnis 80.0%");
     setPreferredLanguages({});
 }
 

@@ -14,7 +14,11 @@ using test::words;
 TEST(EncoderProfiles, NamesAndPlatformDefault) {
     EXPECT_EQ(encoderProfileNamed("libx265"), EncoderProfile::libx265);
     EXPECT_EQ(encoderProfileNamed("hevc_videotoolbox"), EncoderProfile::hevcVideoToolbox);
+    EXPECT_EQ(encoderProfileNamed("copy"), EncoderProfile::copy);
     EXPECT_FALSE(encoderProfileNamed("x264"));
+    EXPECT_FALSE(encoderProfileNamed("Copy"));
+    EXPECT_TRUE(isEncoderProfileAvailable(EncoderProfile::copy));
+    EXPECT_EQ(selectedEncoderProfile("copy"), EncoderProfile::copy);
 #ifdef __APPLE__
     EXPECT_EQ(defaultEncoderProfile(), EncoderProfile::hevcVideoToolbox);
 #else

@@ -17,6 +17,7 @@ using test::assetElement;
 using test::LogCollector;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 class ArchivePlanningRun : public ::testing::Test {
 protected:
@@ -99,6 +100,17 @@ TEST_F(ArchivePlanningRun, PlanTableShowsDecisionsAndTotals) {
     EXPECT_THAT(rows[3], HasSubstr("copy whole: not used in the timeline"));
     EXPECT_THAT(rows[4], HasSubstr("52.3% saved"));
     EXPECT_THAT(rows[4], HasSubstr("13.000       73.000       80.000"));
+    // How each trimmed asset is cut, where the run knows it; assets copied whole have no cut.
+    const auto idOf = [&](const std::string& row) { return row.substr(0, row.find(' ')); };
+    const std::string trimmedID = idOf(rows[1]);
+    const std::vector<std::string> withMethods = test::splitLines(
+        formatPlanTable(run(kResources, kSpine, {"Video"}),
+                        {{trimmedID, CutMethod::streamCopy}, {idOf(rows[2]), CutMethod::reEncode}}));
+    EXPECT_THAT(withMethods[1], HasSubstr("trim: 1 segment, stream-copied"));
+    EXPECT_THAT(withMethods[2], Not(HasSubstr("re-encoded")));
+    setPreferredLanguages({"de"});
+    EXPECT_THAT(formatPlanTable(run(kResources, kSpine, {"Video"}), {{trimmedID, CutMethod::reEncode}}),
+                HasSubstr("schneiden: 1 Segment, Re-Encode"));
 }
 
 // Only a regular file (or a link to one) is a source; anything else is never opened, since opening a

@@ -1,0 +1,167 @@
+// Archives camera-like media with `--encoder copy` through the real `tidyreel` binary and compares the
+// archived pictures with the sources', bit for bit.
+#include "archive/media/media_probe.h"
+#include "cli/archive_media_support.h"
+#include "cli/cli_support.h"
+#include "fcpxml/media_path.h"
+#include "fcpxml/xml.h"
+#include "test_support.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace tidyreel::test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+// One kind of camera original: made by ffmpeg from the numbered grey frames.
+struct CopyMedia {
+    std::string id;
+    std::string file;
+    std::string rate;
+    Rational frame;
+    std::string arguments;
+    Rational origin;
+    bool copied = true;  ///< false: x264's open GOPs, which no copy can join
+};
+
+const std::vector<CopyMedia>& copyMedia() {
+    static const std::vector<CopyMedia> media{
+        {"h2997", "H264_2997.mov", "30000/1001", Rational(1001, 30000),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 3 -g 60 -pix_fmt yuv420p -c:a aac", 0},
+        {"h23976", "H264_23976.mp4", "24000/1001", Rational(1001, 24000),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 2 -g 48 -pix_fmt yuv420p -c:a aac", 0},
+        {"h50p", "H264_50p.mov", "50", Rational(1, 50),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 3 -g 150 -pix_fmt yuv420p -c:a pcm_s16le", 0},
+        {"open", "OpenGOP.mov", "25", Rational(1, 25),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 3 -g 25 -x264-params open-gop=1 -pix_fmt yuv420p "
+         "-c:a aac",
+         0, false},
+        {"hevc", "HEVC10.mov", "25", Rational(1, 25),
+         "-c:v libx265 -pix_fmt yuv420p10le -tag:v hvc1 -x265-params "
+         "keyint=50:open-gop=0:scenecut=0:log-level=error -c:a aac",
+         0},
+        {"prores", "ProRes422.mov", "25", Rational(1, 25), "-c:v prores_ks -profile:v 2 -c:a pcm_s24le", 0},
+        {"dnxhr", "DNxHR.mov", "25", Rational(1, 25),
+         "-s 256x144 -c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -c:a pcm_s16le", 0},
+        {"tc", "Timecode.mov", "25", Rational(1, 25),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -g 50 -pix_fmt yuv420p -an -timecode 01:00:00:00",
+         3600},
+    };
+    return media;
+}
+
+const int kSeconds = 40;
+
+// The media time of the first frame at or after `seconds`.
+Rational frameAt(const CopyMedia& media, double seconds) {
+    return media.origin + Rational(std::lround(std::ceil(seconds / media.frame.doubleValue()))) * media.frame;
+}
+
+// Two clips per medium, far enough apart to stay two segments.
+std::string projectText(const std::filesystem::path& folder) {
+    std::string formats, assets, clips;
+    Rational offset;
+    for (const CopyMedia& media : copyMedia()) {
+        formats += fmt::format(R"(<format id="f{}" frameDuration="{}" width="160" height="90"/>)", media.id,
+                               media.frame.toFCPXML());
+        assets += fmt::format(
+            R"(<asset id="{0}" start="{1}" duration="{2}s" hasVideo="1" hasAudio="1" format="f{0}">)"
+            R"(<media-rep kind="original-media" src="{3}"/></asset>)",
+            media.id, media.origin.toFCPXML(), kSeconds, MediaPath::url((folder / media.file).string()));
+        for (const double at : {3.3, 30.7}) {
+            const Rational length = Rational(std::lround(1 / media.frame.doubleValue())) * media.frame;
+            clips += fmt::format(
+                R"(<asset-clip ref="{}" name="{}@{}" offset="{}" start="{}" duration="{}"/>)", media.id,
+                media.id, at, offset.toFCPXML(), frameAt(media, at).toFCPXML(), length.toFCPXML());
+            offset = offset + 2;
+        }
+    }
+    return std::string(
+               R"(<?xml version="1.0" encoding="UTF-8"?><!DOCTYPE fcpxml><fcpxml version="1.11"><resources>)") +
+           R"(<format id="f25" frameDuration="1/25s" width="160" height="90"/>)" + formats + assets +
+           R"(</resources><library><event name="Dreh"><project name="Kopie"><sequence format="f25"><spine>)" +
+           clips + "</spine></sequence></project></event></library></fcpxml>";
+}
+
+Rational clipStart(const XmlDocument& document, const std::string& name) {
+    return *Rational::fromFCPXML(
+        document.first("//asset-clip[@name='" + name + "']").attribute("start").value_or(""));
+}
+
+TEST(StreamCopyArchive, EveryCutShowsTheSourcesOwnPicturesOnTheSameFrame) {
+    IsolatedUserFolders user;
+    TempFolder folder;
+    int shift = 0;
+    for (const CopyMedia& media : copyMedia()) {
+        makeTestVideo(folder / media.file, kSeconds, shift += 30, media.arguments, media.rate);
+    }
+    const std::filesystem::path project = folder / "Kopie.fcpxml";
+    writeTextFile(project, projectText(folder.path()));
+    const std::filesystem::path output = folder / "Ausgabe";
+
+    const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string(), "--encoder",
+                                              "copy", "--buffer", "5", "--min-segment", "1", "--lang", "de"},
+                                             user);
+    ASSERT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
+    // Each file says how it was cut; x264's open GOPs are re-encoded, saying why.
+    const std::vector<std::string> messages = logMessages(result.standardOutput);
+    for (const CopyMedia& media : copyMedia()) {
+        const std::string trimmed =
+            media.file.substr(0, media.file.find('.')) + "_trimmed" + media.file.substr(media.file.find('.'));
+        EXPECT_THAT(messages,
+                    Contains("ℹ️   → " + trimmed + ": " + (media.copied ? "Stream-Copy" : "Re-Encode")))
+            << result.standardOutput;
+    }
+    EXPECT_THAT(result.standardOutput, HasSubstr("→ Stream-Copy nicht möglich ("));
+    EXPECT_THAT(result.standardOutput, HasSubstr(") → Re-Encode (libx265)"));
+    const std::filesystem::path bundle = output / "archiv_Kopie.fcpxmld";
+    const CommandResult verified = runTidyreel({"verify", bundle.string(), "--lang", "de"}, user);
+    EXPECT_EQ(verified.exitStatus, 0) << verified.standardOutput;
+
+    const std::shared_ptr<XmlDocument> original = XmlDocument::load(project);
+    const std::shared_ptr<XmlDocument> archived = XmlDocument::load(bundle / "Info.fcpxml");
+    for (const CopyMedia& media : copyMedia()) {
+        const std::filesystem::path source = folder / media.file;
+        const std::string src =
+            archived->first("//asset[@id='" + media.id + "']/media-rep").attribute("src").value_or("");
+        ASSERT_THAT(src, HasSubstr("_trimmed")) << media.id;
+        const std::filesystem::path file = bundle / src.substr(2);
+        EXPECT_LT(std::filesystem::file_size(file), std::filesystem::file_size(source)) << media.id;
+        EXPECT_EQ(archived->first("//asset[@id='" + media.id + "']").attribute("duration"),
+                  FFProbe::probeDuration(file, {}).toFCPXML())
+            << media.id;
+        // The first picture shows at zero: no edit list moves the start.
+        EXPECT_EQ(videoStreamEntry(file, "start_time"), "0.000000") << media.id;
+        if (media.copied) {
+            EXPECT_EQ(videoStreamEntry(file, "codec_name"), videoStreamEntry(source, "codec_name"))
+                << media.id;
+        }
+        for (const double at : {3.3, 30.7}) {
+            const std::string name = fmt::format("{}@{}", media.id, at);
+            const Rational oldStart = clipStart(*original, name);
+            const Rational newStart = clipStart(*archived, name);
+            expectSameFrame(source, oldStart, file, newStart, media.origin, media.frame, name);
+            if (!media.copied) {
+                continue;
+            }
+            // A picture inside the kept range is the source's own, bit for bit.
+            const long sourceFrame = std::lround(((oldStart - media.origin) / media.frame).doubleValue()) + 5;
+            const long archivedFrame =
+                std::lround(((newStart - media.origin) / media.frame).doubleValue()) + 5;
+            const std::string md5 = frameMD5(source, sourceFrame);
+            EXPECT_FALSE(md5.empty()) << name;
+            EXPECT_EQ(frameMD5(file, archivedFrame), md5) << name;
+        }
+    }
+    EXPECT_EQ(videoStreamEntry(bundle / "Media" / "Timecode_trimmed.mov", "tag:timecode"), "01:00:00:00");
+}
+
+}  // namespace
+}  // namespace tidyreel::test

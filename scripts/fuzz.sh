@@ -35,10 +35,15 @@ for target in "${targets[@]}"; do
     corpus="build/fuzz/corpus/$target"
     mkdir -p "$corpus"
     echo "== ${target}_fuzzer, ${seconds} s"
+    log="build/fuzz/${target}.log"
+    # libFuzzer ends with a non-zero status on any finding, also one it could not write an input file for.
+    status=0
     build/fuzz/"${target}_fuzzer" -max_total_time="$seconds" -max_len=65536 -timeout=10 -rss_limit_mb=2048 \
-        -print_final_stats=1 "$corpus" "$seeds/$target" 2>&1 | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' || true
-    if ls crash-* leak-* timeout-* oom-* >/dev/null 2>&1; then
-        echo "finding in ${target}_fuzzer"
+        -print_final_stats=1 "$corpus" "$seeds/$target" >"$log" 2>&1 || status=$?
+    grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' "$log" || true
+    if [ "$status" -ne 0 ] || ls crash-* leak-* timeout-* oom-* >/dev/null 2>&1; then
+        tail -n 40 "$log"
+        echo "finding in ${target}_fuzzer (exit status $status)"
         exit 1
     fi
 done

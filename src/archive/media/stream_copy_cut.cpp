@@ -75,9 +75,9 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
 }
 
 // The written file must show exactly the source's pictures at the same distances, the first at zero
-// and decodable on its own.
-void requireSamePictures(const std::filesystem::path& written, const std::vector<Rational>& expected,
-                         const ProbeSetup& probe) {
+// and decodable on its own. Returns the written file's packets.
+std::vector<VideoPacket> requireSamePictures(const std::filesystem::path& written,
+                                             const std::vector<Rational>& expected, const ProbeSetup& probe) {
     const std::vector<VideoPacket> packets = probeVideoPackets(written, probe);
     std::vector<Rational> shown;
     for (const VideoPacket& packet : packets) {
@@ -88,6 +88,7 @@ void requireSamePictures(const std::filesystem::path& written, const std::vector
                     fmt::format("{}: {} Bilder statt {}", written.filename().string(), shown.size(),
                                 expected.size()));
     }
+    return packets;
 }
 
 std::string audioArguments(const std::optional<std::string>& codec) {
@@ -177,8 +178,7 @@ Rational copyPiece(const CopySource& copy, const HalfOpenRange& range, const std
     runFFmpeg(pieceCopyArguments(copy.file, output, range, copy.halfFrame, copy.audioCodec, use), label,
               std::nullopt, context, progress);
     const std::vector<Rational> expected = shownTimesIn(copy.packets, range);
-    requireSamePictures(output, expected, probeSetupOf(context));
-    return shownEndOf(probeVideoPackets(output, probeSetupOf(context)));
+    return shownEndOf(requireSamePictures(output, expected, probeSetupOf(context)));
 }
 
 // A join must decode across without a complaint: after a keyframe that is no clean start of the stream (an

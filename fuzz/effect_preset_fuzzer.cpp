@@ -1,40 +1,24 @@
-// Any bytes as an effect file, once as a Motion template (.moef) and once as an FxPlug preset.
-#include "base/error.h"
-#include "grading/effect_preset_parser.h"
-
-#include <unistd.h>
+// Any bytes as an FxPlug preset, scanned in one piece and again in small pieces: the uid found must not
+// depend on where the pieces break. (A Motion template is referenced by its path; its bytes are not read.)
+#include "grading/preset_uid_scan.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
-
-namespace {
-
-const std::filesystem::path& workFolder() {
-    static const std::filesystem::path folder = [] {
-        const std::filesystem::path made =
-            std::filesystem::temp_directory_path() / ("tidyreel-fuzz-" + std::to_string(getpid()));
-        std::filesystem::create_directories(made);
-        return made;
-    }();
-    return folder;
-}
-
-void parseAs(const char* name, const std::uint8_t* data, std::size_t size) {
-    const std::filesystem::path file = workFolder() / name;
-    std::ofstream(file, std::ios::binary)
-        .write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    try {
-        (void)tidyreel::EffectPresetParser::parse(file);
-    } catch (const tidyreel::Error&) {
-    }
-}
-
-}  // namespace
+#include <cstdlib>
+#include <sstream>
+#include <string>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    parseAs("Effect.moef", data, size);
-    parseAs("Effect.effectspreset", data, size);
+    if (size == 0) {
+        return 0;
+    }
+    // The first byte picks the piece size, so that every break position gets tried.
+    const std::size_t smallChunk = 1 + data[0] % 64;
+    const std::string bytes(reinterpret_cast<const char*>(data + 1), size - 1);
+    std::istringstream whole(bytes);
+    std::istringstream pieces(bytes);
+    if (tidyreel::scanPresetUid(whole, bytes.size() + 1) != tidyreel::scanPresetUid(pieces, smallChunk)) {
+        std::abort();
+    }
     return 0;
 }

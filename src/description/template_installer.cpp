@@ -103,7 +103,7 @@ std::filesystem::path TemplateInstaller::install(const FolderChooser& chooseTitl
     const std::filesystem::path source = templatesFolderIn(scratch.path());
 
     const std::filesystem::path destination = titlesFolderOf(*folder) / "Clipwright";
-    std::filesystem::create_directories(destination);
+    createFolders(destination);
     for (const char* name : kTemplateNames) {
         replaceFolderWithCopy(source / name, destination / name);
     }

@@ -89,14 +89,12 @@ std::filesystem::path DefaultEffectInstaller::install(const FolderChooser& choos
 
     const std::filesystem::path target = *folder / "Clipwright" / kEffectName;
     say("Ziel: " + target.string());
-    std::filesystem::create_directories(target.parent_path());
-    if (std::filesystem::exists(target)) {
-        std::filesystem::remove_all(target);
-        say("Alte Version gelöscht");
-    }
     try {
-        replaceFolderWithCopy(source, target);
-    } catch (const std::filesystem::filesystem_error& error) {
+        createFolders(target.parent_path());
+        if (replaceFolderWithCopy(source, target)) {
+            say("Alte Version gelöscht");
+        }
+    } catch (const Error& error) {
         say(std::string("❌ Fehler: ") + error.what());
         throw InstallError::copyFailed(error.what());
     }

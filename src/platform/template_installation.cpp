@@ -1,5 +1,7 @@
 #include "platform/template_installation.h"
 
+#include "base/language.h"
+#include "platform/file_write.h"
 #include "platform/process_runner.h"
 #include "platform/system_paths.h"
 
@@ -53,7 +55,7 @@ std::optional<std::filesystem::path> bundledResource(const std::string& fileName
 ScratchFolder::ScratchFolder()
     : path_(std::filesystem::temp_directory_path() /
             QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString()) {
-    std::filesystem::create_directories(path_);
+    createFolders(path_);
 }
 
 ScratchFolder::~ScratchFolder() {
@@ -68,16 +70,32 @@ int unzipArchive(const std::filesystem::path& archive, const std::filesystem::pa
     return runProcess(request).exitStatus;
 }
 
+void createFolders(const std::filesystem::path& folder) {
+    std::error_code status;
+    std::filesystem::create_directories(folder, status);
+    if (status) {
+        throw fileSystemError(localized("Ordner konnte nicht angelegt werden", "Could not create folder"),
+                              folder, status);
+    }
+}
+
 bool replaceFolderWithCopy(const std::filesystem::path& source, const std::filesystem::path& target) {
-    const bool replaced = std::filesystem::exists(target);
-    if (replaced) {
-        std::filesystem::remove_all(target);
+    std::error_code status;
+    if (!std::filesystem::is_directory(source, status)) {
+        throw fileSystemError(localized("Vorlage nicht gefunden", "Template not found"), source,
+                              std::make_error_code(std::errc::no_such_file_or_directory));
     }
-    if (!std::filesystem::is_directory(source)) {
-        throw std::filesystem::filesystem_error("copy", source, target,
-                                                std::make_error_code(std::errc::no_such_file_or_directory));
+    const bool replaced = pathExists(target);
+    if (replaced && std::filesystem::remove_all(target, status) == static_cast<std::uintmax_t>(-1)) {
+        throw fileSystemError(
+            localized("Alte Version konnte nicht gelöscht werden", "Could not remove the old version"),
+            target, status);
     }
-    std::filesystem::copy(source, target, std::filesystem::copy_options::recursive);
+    std::filesystem::copy(source, target, std::filesystem::copy_options::recursive, status);
+    if (status) {
+        throw fileSystemError(localized("Ordner konnte nicht kopiert werden", "Could not copy folder"),
+                              target, status);
+    }
     return replaced;
 }
 

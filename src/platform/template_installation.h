@@ -51,8 +51,11 @@ private:
 /// the process runner's `Error` when unzip cannot be started.
 int unzipArchive(const std::filesystem::path& archive, const std::filesystem::path& folder);
 
+/// Creates `folder` and the folders above it that are missing; throws the file system's `Error`.
+void createFolders(const std::filesystem::path& folder);
+
 /// Removes `target` when it exists, then copies the folder `source` to it with everything inside;
-/// returns whether an old `target` was removed. Throws `std::filesystem::filesystem_error`.
+/// returns whether an old `target` was removed. Throws the file system's `Error` with the system's reason.
 bool replaceFolderWithCopy(const std::filesystem::path& source, const std::filesystem::path& target);
 
 }  // namespace tidyreel

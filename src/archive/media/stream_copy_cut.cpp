@@ -136,9 +136,19 @@ Rational copyPiece(const CopySource& copy, const HalfOpenRange& range, const std
     return shownEndOf(requireSamePictures(output, expected, probeSetupOf(context)));
 }
 
-// A join must decode across without a complaint: after a keyframe that is no clean start of the stream (an
-// H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures before it. The
-// file is decoded from a keyframe before each join to a second after it.
+// Where each piece starts in the written file: at zero, then after each piece's shown length.
+std::vector<Rational> pieceStarts(const std::vector<Rational>& lengths) {
+    std::vector<Rational> starts{Rational::zero()};
+    for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
+        starts.push_back(starts.back() + lengths[i]);
+    }
+    return starts;
+}
+
+// Each piece's start must decode without a complaint: after a keyframe that is no clean start of the
+// stream (an H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures
+// before it, also at the file's start, where the archive's own check would then refuse the whole run. The
+// file is decoded from a keyframe before each start to a second after it.
 void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rational>& joins,
                        const ExportContext& context) {
     for (const Rational join : joins) {
@@ -219,12 +229,6 @@ std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
     requireSamePictures(output, joinedTimes(copy, ranges, lengths), probeSetupOf(context));
-    std::vector<Rational> joins;
-    Rational join;
-    for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
-        joins.push_back(join = join + lengths[i]);
-    }
-    requireCleanJoins(output, joins, context);
     return lengths;
 }
 
@@ -336,6 +340,7 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
         } else {
             lengths = copyAndJoin(copy, plan, ranges, output, context, progress);
         }
+        requireCleanJoins(output, pieceStarts(lengths), context);
         StreamCopyResult result{ranges, {}};
         for (std::size_t i = 0; i < ranges.size(); ++i) {
             result.drifts.push_back(lengths[i] - ranges[i].length());

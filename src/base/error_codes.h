@@ -15,6 +15,14 @@ inline constexpr int outputInsideSource = 5;  ///< the output folder lies inside
 inline constexpr int cancelled = 6;           ///< the run was stopped on request
 }  // namespace ProcessingError
 
+/// "StreamCopy": cutting a source without re-encoding it.
+namespace StreamCopyError {
+inline constexpr const char* domain = "StreamCopy";
+inline constexpr int unsuitable = 1;        ///< the source cannot be cut this way; it is re-encoded instead
+inline constexpr int picturesDiffer = 2;    ///< the written file does not show the source's pictures
+inline constexpr int joinNotDecodable = 3;  ///< the written file does not decode cleanly across a join
+}  // namespace StreamCopyError
+
 /// "XMLParser": reading an FCPXML document.
 namespace XmlParserError {
 inline constexpr const char* domain = "XMLParser";

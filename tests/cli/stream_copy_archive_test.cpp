@@ -28,7 +28,7 @@ struct CopyMedia {
     Rational frame;
     std::string arguments;
     Rational origin;
-    bool copied = true;  ///< false: x264's open GOPs, which no copy can join
+    bool copied = true;  ///< false: x264's open GOPs, whose joins at non-IDR keyframes do not decode cleanly
 };
 
 const std::vector<CopyMedia>& copyMedia() {

@@ -4,6 +4,7 @@
 #include "cli/archive_media_support.h"
 #include "test_support.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace tidyreel::test {
@@ -23,6 +24,10 @@ TEST(VideoPacketProbe, ListsEveryFrameOfAnOpenGopFileInPresentationOrder) {
         EXPECT_EQ(packets[i].duration, Rational(1, 30)) << i;
         EXPECT_EQ(packets[i].keyframe, i % 12 == 0) << i;
     }
+    // From the third keyframe on each has leading pictures, read from the decoding times (x264 puts no B
+    // picture before the second one: its first GOP ends with a P picture).
+    EXPECT_THAT(openKeyframeTimes(packets),
+                ::testing::ElementsAre(Rational(24, 30), Rational(36, 30), Rational(48, 30)));
     // A window is read from the keyframe before its start, with the frames shown before that keyframe
     // but decoded after it (open GOP).
     const std::vector<VideoPacket> window =

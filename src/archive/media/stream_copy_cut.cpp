@@ -3,6 +3,7 @@
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/segment_trimming.h"
+#include "base/error_codes.h"
 #include "base/file_names.h"
 #include "platform/file_write.h"
 #include "platform/process_runner.h"
@@ -16,8 +17,6 @@
 
 namespace tidyreel {
 namespace {
-
-const char* const kStreamCopyDomain = "StreamCopy";
 
 // Negative composition offsets let the first picture show at zero without an edit list, which Final Cut
 // Pro might not honour.
@@ -84,7 +83,7 @@ std::vector<VideoPacket> requireSamePictures(const std::filesystem::path& writte
         shown.push_back(packet.time);
     }
     if (packets.empty() || !packets.front().keyframe || shown != expected) {
-        throw Error(kStreamCopyDomain, 2,
+        throw Error(StreamCopyError::domain, StreamCopyError::picturesDiffer,
                     fmt::format("{}: {} Bilder statt {}", written.filename().string(), shown.size(),
                                 expected.size()));
     }
@@ -110,15 +109,14 @@ std::string rangeText(const HalfOpenRange& segment) {
     return shortestDecimal(segment.start.doubleValue()) + ".." + shortestDecimal(segment.end.doubleValue());
 }
 
-void logWidening(const TrimPlan& plan, const std::vector<HalfOpenRange>& widened,
-                 const ExportContext& context) {
+void logWidening(const StreamCopyDecision& decision, const ExportContext& context) {
+    const std::vector<HalfOpenRange>& widened = decision.ranges;
     for (std::size_t i = 0; i < widened.size(); ++i) {
         context.log(LogEntryType::info, fmt::format("       → Segment {}/{}: Stream-Copy {} (Keyframes)",
                                                     i + 1, widened.size(), rangeText(widened[i])));
     }
-    const Rational extra = totalLength(widened) - totalLength(plan.segments);
     context.log(LogEntryType::info, fmt::format("       Keyframe-Erweiterung: +{}s gegenüber Plan",
-                                                shortestDecimal(extra.doubleValue())));
+                                                shortestDecimal(decision.extraSeconds.doubleValue())));
 }
 
 struct CopySource {
@@ -126,49 +124,6 @@ struct CopySource {
     std::vector<VideoPacket> packets;
     Rational halfFrame;
     std::optional<std::string> audioCodec;
-};
-
-CopySource probedSource(const TrimPlan& plan, const std::filesystem::path& source, const ProbeSetup& probe) {
-    if (const std::optional<std::string> obstacle = streamCopyObstacle(plan, probe)) {
-        throw StreamCopyUnsuitable(*obstacle);
-    }
-    CopySource copy{source, probeVideoPackets(source, probe), *plan.frameDuration / 2,
-                    FFProbe::audioCodecName(source, probe)};
-    if (copy.packets.empty()) {
-        throw StreamCopyUnsuitable("keine Videopakete");
-    }
-    return copy;
-}
-
-// Whether a keyframe starts a closed GOP, read from the packets decoded from it on: any that show before
-// it are leading pictures of an open GOP.
-class ClosedKeyframes {
-public:
-    ClosedKeyframes(const CopySource& copy, const ExportContext& context) : copy_(copy), context_(context) {}
-
-    bool isClosed(Rational keyframe) const {
-        // The window starts half a frame after the keyframe, so reading begins exactly at it.
-        const Rational from = keyframe + copy_.halfFrame;
-        const std::vector<VideoPacket> decoded =
-            probeVideoPackets(copy_.file, probeSetupOf(context_), PacketWindow{from, from + 1});
-        const auto first = std::find_if(decoded.begin(), decoded.end(),
-                                        [](const VideoPacket& packet) { return packet.keyframe; });
-        if (first == decoded.end() || first->time != keyframe) {
-            throw StreamCopyUnsuitable("Keyframe " + keyframe.toFCPXML() + " nicht lesbar");
-        }
-        const Rational earliest = decoded.front().time;
-        if (earliest < keyframe) {
-            context_.log(LogEntryType::info,
-                         fmt::format("       Open GOP bei {}s: Leading Pictures ab {}s → ein GOP weiter",
-                                     shortestDecimal(keyframe.doubleValue()),
-                                     shortestDecimal(earliest.doubleValue())));
-        }
-        return earliest == keyframe;
-    }
-
-private:
-    const CopySource& copy_;
-    const ExportContext& context_;
 };
 
 // Copies one range into `output` and checks it; returns how long it shows.
@@ -181,9 +136,19 @@ Rational copyPiece(const CopySource& copy, const HalfOpenRange& range, const std
     return shownEndOf(requireSamePictures(output, expected, probeSetupOf(context)));
 }
 
-// A join must decode across without a complaint: after a keyframe that is no clean start of the stream (an
-// H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures before it. The
-// file is decoded from a keyframe before each join to a second after it.
+// Where each piece starts in the written file: at zero, then after each piece's shown length.
+std::vector<Rational> pieceStarts(const std::vector<Rational>& lengths) {
+    std::vector<Rational> starts{Rational::zero()};
+    for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
+        starts.push_back(starts.back() + lengths[i]);
+    }
+    return starts;
+}
+
+// Each piece's start must decode without a complaint: after a keyframe that is no clean start of the
+// stream (an H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures
+// before it, also at the file's start, where the archive's own check would then refuse the whole run. The
+// file is decoded from a keyframe before each start to a second after it.
 void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rational>& joins,
                        const ExportContext& context) {
     for (const Rational join : joins) {
@@ -210,7 +175,7 @@ void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rati
         };
         const ProcessResult result = runProcess(request);
         if (complained || result.exitStatus != 0) {
-            throw Error(kStreamCopyDomain, 3,
+            throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
                         fmt::format("Übergang bei {}s nicht sauber dekodierbar",
                                     shortestDecimal(join.doubleValue())));
         }
@@ -264,18 +229,38 @@ std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
     requireSamePictures(output, joinedTimes(copy, ranges, lengths), probeSetupOf(context));
-    std::vector<Rational> joins;
-    Rational join;
-    for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
-        joins.push_back(join = join + lengths[i]);
-    }
-    requireCleanJoins(output, joins, context);
     return lengths;
 }
 
 }  // namespace
 
-StreamCopyUnsuitable::StreamCopyUnsuitable(const std::string& reason) : Error(kStreamCopyDomain, 1, reason) {}
+StreamCopyUnsuitable::StreamCopyUnsuitable(const std::string& reason)
+    : Error(StreamCopyError::domain, StreamCopyError::unsuitable, reason) {}
+
+StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe) {
+    StreamCopyDecision decision;
+    decision.reencodeReason = streamCopyObstacle(plan, probe);
+    if (decision.reencodeReason) {
+        return decision;
+    }
+    decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
+    if (decision.sourcePackets.empty()) {
+        decision.reencodeReason = "keine Videopakete";
+        return decision;
+    }
+    const std::vector<Rational> open = openKeyframeTimes(decision.sourcePackets);
+    const std::optional<std::vector<HalfOpenRange>> ranges = widenToKeyframes(
+        plan.segments, keyframeTimes(decision.sourcePackets),
+        [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
+        shownEndOf(decision.sourcePackets));
+    if (!ranges) {
+        decision.reencodeReason = "kein geschlossener GOP vor einem Segment";
+        return decision;
+    }
+    decision.ranges = *ranges;
+    decision.extraSeconds = totalLength(*ranges) - totalLength(plan.segments);
+    return decision;
+}
 
 std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe) {
     if (!plan.frameDuration) {
@@ -340,25 +325,25 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
                                  const std::filesystem::path& output, ArchiveExportContext& context,
                                  const ToolProgress& progress) {
     try {
-        const CopySource copy = probedSource(plan, source, probeSetupOf(context));
-        const ClosedKeyframes closed{copy, context};
-        const std::optional<std::vector<HalfOpenRange>> ranges = widenToKeyframes(
-            plan.segments, keyframeTimes(copy.packets),
-            [&](Rational keyframe) { return closed.isClosed(keyframe); }, shownEndOf(copy.packets));
-        if (!ranges) {
-            throw StreamCopyUnsuitable("kein geschlossener GOP an einer Segmentgrenze");
+        StreamCopyDecision decision = planStreamCopy(plan, probeSetupOf(context));
+        if (decision.reencodeReason) {
+            throw StreamCopyUnsuitable(*decision.reencodeReason);
         }
-        logWidening(plan, *ranges, context);
+        logWidening(decision, context);
+        const CopySource copy{source, std::move(decision.sourcePackets), *plan.frameDuration / 2,
+                              FFProbe::audioCodecName(source, probeSetupOf(context))};
+        const std::vector<HalfOpenRange>& ranges = decision.ranges;
         std::vector<Rational> lengths;
-        if (ranges->size() == 1) {
-            lengths.push_back(copyPiece(copy, ranges->front(), output, PieceUse::wholeFile,
+        if (ranges.size() == 1) {
+            lengths.push_back(copyPiece(copy, ranges.front(), output, PieceUse::wholeFile,
                                         "Trim (Stream-Copy)", context, progress));
         } else {
-            lengths = copyAndJoin(copy, plan, *ranges, output, context, progress);
+            lengths = copyAndJoin(copy, plan, ranges, output, context, progress);
         }
-        StreamCopyResult result{*ranges, {}};
-        for (std::size_t i = 0; i < ranges->size(); ++i) {
-            result.drifts.push_back(lengths[i] - (*ranges)[i].length());
+        requireCleanJoins(output, pieceStarts(lengths), context);
+        StreamCopyResult result{ranges, {}};
+        for (std::size_t i = 0; i < ranges.size(); ++i) {
+            result.drifts.push_back(lengths[i] - ranges[i].length());
         }
         return result;
     } catch (const RunCancelled&) {

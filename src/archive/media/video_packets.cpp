@@ -74,7 +74,7 @@ std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& 
                                                    const std::optional<PacketWindow>& window) {
     std::vector<std::string> arguments{
         "-v",  "error",         "-select_streams",
-        "v:0", "-show_entries", "packet=pts,duration,flags:stream=time_base,start_pts:format=start_time",
+        "v:0", "-show_entries", "packet=pts,dts,duration,flags:stream=time_base,start_pts:format=start_time",
         "-of", "json=compact=1"};
     if (window) {
         arguments.insert(arguments.end(),
@@ -109,8 +109,9 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
             throw ProbeError(kNoPresentationTime);
         }
         const std::int64_t duration = std::max<std::int64_t>(probeInteger(packet, "duration").value_or(0), 0);
-        packets.push_back(
-            {Rational(*pts) * timeBase - origin, Rational(duration) * timeBase, hasFlag(flags, 0, 'K')});
+        const std::int64_t dts = probeInteger(packet, "dts").value_or(*pts);
+        packets.push_back({Rational(*pts) * timeBase - origin, Rational(duration) * timeBase,
+                           hasFlag(flags, 0, 'K'), Rational(dts) * timeBase - origin});
     }
     std::stable_sort(packets.begin(), packets.end(),
                      [](const VideoPacket& a, const VideoPacket& b) { return a.time < b.time; });
@@ -120,6 +121,27 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
                                            const std::optional<PacketWindow>& window) {
     return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, window), probe));
+}
+
+std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {
+    std::vector<const VideoPacket*> decoding;
+    for (const VideoPacket& packet : packets) {
+        decoding.push_back(&packet);
+    }
+    std::stable_sort(decoding.begin(), decoding.end(), [](const VideoPacket* a, const VideoPacket* b) {
+        return a->decodeTime < b->decodeTime;
+    });
+    // Walking back in decoding order keeps the earliest picture shown by anything decoded later.
+    std::vector<Rational> open;
+    std::optional<Rational> earliestLater;
+    for (auto packet = decoding.rbegin(); packet != decoding.rend(); ++packet) {
+        if ((*packet)->keyframe && earliestLater && *earliestLater < (*packet)->time) {
+            open.push_back((*packet)->time);
+        }
+        earliestLater = earliestLater ? std::min(*earliestLater, (*packet)->time) : (*packet)->time;
+    }
+    std::sort(open.begin(), open.end());
+    return open;
 }
 
 std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time) {

@@ -16,6 +16,7 @@ struct VideoPacket {
     Rational time;          ///< presentation time in seconds from the file's start, as `-ss` counts
     Rational duration;      ///< how long the frame is shown; zero when the container does not say
     bool keyframe = false;  ///< decoding can begin here
+    Rational decodeTime;    ///< when it is decoded, on the same clock; its presentation time when unsaid
 
     bool operator==(const VideoPacket&) const = default;
 };
@@ -39,6 +40,10 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view json);
 /// ffprobe (whole, or only `window`); throws `ProbeError`, and `RunCancelled` on a stop request.
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
                                            const std::optional<PacketWindow>& window = std::nullopt);
+
+/// The times of the keyframes in sorted packets that start an open GOP, ascending: some picture decoded
+/// after such a keyframe shows before it (a leading picture), so a copy can neither start nor end there.
+std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets);
 
 /// The time of the last keyframe shown at or before `time` in sorted packets: decoding from there yields
 /// the frame on screen at `time`, also when that is a leading frame of a later keyframe (open GOP); no value

@@ -16,12 +16,12 @@ using IsClosedKeyframe = std::function<bool(Rational keyframe)>;
 
 /// Widens each segment outward to pieces a stream copy can cut: the start moves back to the last keyframe
 /// at or before it, the end forward to the first keyframe at or after it (or to `fileEnd` when there is
-/// none); a keyframe with leading pictures is passed over for the one a GOP further out, once. A copied
+/// none); keyframes with leading pictures are passed over for the next closed one further out. A copied
 /// piece starts decoding at its keyframe and stops before the next one, so none of its pictures needs a
 /// frame the piece leaves out. `keyframes` are ascending times since the file's start; `isClosed` is asked
-/// only about keyframes next to a segment's ends. Pieces that overlap or touch are merged; the result is
-/// ascending and disjoint. No value when a segment has no such keyframe before or after it (it starts
-/// before the first keyframe, or lies in a stream of open GOPs).
+/// only about keyframes from a segment's ends outward, up to the first closed one. Pieces that overlap or
+/// touch are merged; the result is ascending and disjoint. No value when a segment has no closed keyframe at
+/// or before its start.
 std::optional<std::vector<HalfOpenRange>> widenToKeyframes(const std::vector<HalfOpenRange>& segments,
                                                            const std::vector<Rational>& keyframes,
                                                            const IsClosedKeyframe& isClosed,

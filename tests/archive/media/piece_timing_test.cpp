@@ -12,7 +12,7 @@ namespace {
 std::vector<VideoPacket> frames(std::int64_t first, std::int64_t count) {
     std::vector<VideoPacket> list;
     for (std::int64_t frame = first; frame < first + count; ++frame) {
-        list.push_back({Rational(frame, 25), Rational(1, 25), frame == first});
+        list.push_back({Rational(frame, 25), Rational(1, 25), frame == first, Rational(frame, 25)});
     }
     return list;
 }

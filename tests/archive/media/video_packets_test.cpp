@@ -22,14 +22,29 @@ std::string probeFailure(std::string_view json) {
 
 // Three frames of an x264 stream at 30 fps in decoding order (an I, then a P shown after a B).
 TEST(VideoPackets, SortsByPresentationTimeInExactSeconds) {
-    EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":0,"duration":512,"flags":"K_"},
-                                                 {"pts":1024,"duration":512,"flags":"__"},
-                                                 {"pts":"512","duration":512,"flags":"__"}],
+    EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":0,"dts":-512,"duration":512,"flags":"K_"},
+                                                 {"pts":1024,"dts":0,"duration":512,"flags":"__"},
+                                                 {"pts":"512","dts":512,"duration":512,"flags":"__"}],
                                      "streams":[{"time_base":"1/15360","start_pts":0}],
                                      "format":{"start_time":"0.000000"}})"),
-                ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true},
-                            VideoPacket{Rational(1, 30), Rational(1, 30), false},
-                            VideoPacket{Rational(1, 15), Rational(1, 30), false}));
+                ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true, Rational(-1, 30)},
+                            VideoPacket{Rational(1, 30), Rational(1, 30), false, Rational(1, 30)},
+                            VideoPacket{Rational(1, 15), Rational(1, 30), false, Rational(0)}));
+}
+
+// Keyframe at 0 closed; the one at 4 has a leading picture (3, decoded after it); the one at 8 has none.
+TEST(VideoPackets, KeyframesWithLeadingPicturesAreOpen) {
+    const auto packet = [](int shown, int decoded, bool keyframe) {
+        return VideoPacket{Rational(shown), Rational(1), keyframe, Rational(decoded)};
+    };
+    const std::vector<VideoPacket> openAtFour{packet(0, 0, true),  packet(1, 2, false), packet(2, 1, false),
+                                              packet(3, 4, false), packet(4, 3, true),  packet(5, 6, false),
+                                              packet(6, 5, false), packet(7, 7, false), packet(8, 8, true)};
+    EXPECT_THAT(openKeyframeTimes(openAtFour), ElementsAre(Rational(4)));
+    // Without decoding times (each its presentation time) nothing is open, nor in an empty list.
+    const std::vector<VideoPacket> inOrder{packet(0, 0, true), packet(1, 1, false), packet(2, 2, true)};
+    EXPECT_THAT(openKeyframeTimes(inOrder), ElementsAre());
+    EXPECT_THAT(openKeyframeTimes({}), ElementsAre());
 }
 
 TEST(VideoPackets, CountFromTheFileStartAsSeekingDoes) {
@@ -45,7 +60,7 @@ TEST(VideoPackets, CountFromTheFileStartAsSeekingDoes) {
                                     "streams":[{"time_base":"1/30000","start_pts":0}],
                                     "format":{"start_time":"-0.021333"}})")
                   .front(),
-              (VideoPacket{Rational(21333, 1000000), Rational(1001, 30000), true}));
+              (VideoPacket{Rational(21333, 1000000), Rational(1001, 30000), true, Rational(21333, 1000000)}));
     // Without a file start time the stream's start is the origin.
     EXPECT_EQ(parseVideoPackets(
                   R"({"packets":[{"pts":90000}],"streams":[{"time_base":"1/90000","start_pts":45000}]})")
@@ -58,8 +73,8 @@ TEST(VideoPackets, LeaveOutDiscardedPacketsAndReadMissingDurationsAsZero) {
     EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":-512,"duration":512,"flags":"KD"},
                                                  {"pts":0,"flags":"__"}, {"pts":512,"duration":-3}],
                                      "streams":[{"time_base":"1/15360"}]})"),
-                ElementsAre(VideoPacket{Rational(0), Rational(0), false},
-                            VideoPacket{Rational(1, 30), Rational(0), false}));
+                ElementsAre(VideoPacket{Rational(0), Rational(0), false, Rational(0)},
+                            VideoPacket{Rational(1, 30), Rational(0), false, Rational(1, 30)}));
     EXPECT_TRUE(parseVideoPackets(R"({"streams":[{"time_base":"1/25"}]})").empty());
 }
 
@@ -80,7 +95,7 @@ TEST(VideoPackets, DecodingStartsAtTheLastKeyframeShownAtOrBeforeATime) {
     // Open GOP: frames 4 and 5 are shown before the keyframe at 6 but decode from the one at 0.
     std::vector<VideoPacket> packets;
     for (std::int64_t frame = 0; frame < 9; ++frame) {
-        packets.push_back({Rational(frame, 25), Rational(1, 25), frame % 6 == 0});
+        packets.push_back({Rational(frame, 25), Rational(1, 25), frame % 6 == 0, Rational(frame, 25)});
     }
     EXPECT_EQ(keyframeAtOrBefore(packets, Rational(5, 25)), Rational(0));
     EXPECT_EQ(keyframeAtOrBefore(packets, Rational(6, 25)), Rational(6, 25));

@@ -52,14 +52,23 @@ TEST(KeyframeWidening, TheLastGOPEndsAtTheFileEnd) {
                 Optional(ElementsAre(HalfOpenRange{key(9), kFileEnd})));
 }
 
-TEST(KeyframeWidening, OpenGOPsArePassedOverForTheKeyframeOneGOPFurtherOut) {
+TEST(KeyframeWidening, OpenGOPsArePassedOverUpToTheNextClosedKeyframe) {
     // Keyframe 2 is open: the piece starts one GOP earlier.
     EXPECT_THAT(widened({{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kSomeOpen),
                 Optional(ElementsAre(HalfOpenRange{key(1), key(5)})));
-    // Keyframes 6 and 7 are both open: no piece can end after 5; 3 and 2 are: none can start before 4.
-    EXPECT_FALSE(widened({{key(4) + Rational(1, 10), key(5) + Rational(1, 10)}}, kSomeOpen));
-    EXPECT_FALSE(widened({{key(3) + Rational(1, 10), key(4)}}, kSomeOpen));
-    // Only keyframes next to the segment's ends are asked about.
+    // Keyframes 6 and 7 are both open: the piece ends at 8; 3 and 2 are: it starts at 1.
+    EXPECT_THAT(widened({{key(4) + Rational(1, 10), key(5) + Rational(1, 10)}}, kSomeOpen),
+                Optional(ElementsAre(HalfOpenRange{key(4), key(8)})));
+    EXPECT_THAT(widened({{key(3) + Rational(1, 10), key(4)}}, kSomeOpen),
+                Optional(ElementsAre(HalfOpenRange{key(1), key(4)})));
+    // With every keyframe after the first open, pieces reach from the file's start to its end.
+    const IsClosedKeyframe onlyFirst = [](Rational keyframe) { return keyframe == key(0); };
+    EXPECT_THAT(widened({{key(4) + Rational(1, 10), key(5)}}, onlyFirst),
+                Optional(ElementsAre(HalfOpenRange{key(0), kFileEnd})));
+    // No closed keyframe before a segment at all: nothing can be copied.
+    EXPECT_FALSE(
+        widened({{key(0) + Rational(1, 10), key(1)}}, [](Rational keyframe) { return keyframe != key(0); }));
+    // Only keyframes from the segment's ends outward to the first closed one are asked about.
     std::vector<Rational> asked;
     widenToKeyframes(
         {{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kKeyframes,

@@ -79,21 +79,33 @@ void createFolders(const std::filesystem::path& folder) {
     }
 }
 
+// The copy goes to a hidden folder beside the target first, so that a full disk leaves the installed
+// version as it was instead of a folder with empty templates that Motion would list.
 bool replaceFolderWithCopy(const std::filesystem::path& source, const std::filesystem::path& target) {
     std::error_code status;
     if (!std::filesystem::is_directory(source, status)) {
         throw fileSystemError(localized("Vorlage nicht gefunden", "Template not found"), source,
                               std::make_error_code(std::errc::no_such_file_or_directory));
     }
+    const std::filesystem::path staged = temporarySibling(target);
+    std::filesystem::copy(source, staged, std::filesystem::copy_options::recursive, status);
+    if (status) {
+        std::error_code ignored;
+        std::filesystem::remove_all(staged, ignored);
+        throw fileSystemError(localized("Ordner konnte nicht kopiert werden", "Could not copy folder"),
+                              target, status);
+    }
     const bool replaced = pathExists(target);
     if (replaced && std::filesystem::remove_all(target, status) == static_cast<std::uintmax_t>(-1)) {
+        std::error_code ignored;
+        std::filesystem::remove_all(staged, ignored);
         throw fileSystemError(
             localized("Alte Version konnte nicht gelöscht werden", "Could not remove the old version"),
             target, status);
     }
-    std::filesystem::copy(source, target, std::filesystem::copy_options::recursive, status);
+    std::filesystem::rename(staged, target, status);
     if (status) {
-        throw fileSystemError(localized("Ordner konnte nicht kopiert werden", "Could not copy folder"),
+        throw fileSystemError(localized("Ordner konnte nicht umbenannt werden", "Could not rename folder"),
                               target, status);
     }
     return replaced;

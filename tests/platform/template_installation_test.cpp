@@ -5,6 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
 #include <cstring>
 
 namespace tidyreel {
@@ -32,6 +37,36 @@ TEST(TemplateInstallation, ANewVersionReplacesTheOldOneWhole) {
     EXPECT_TRUE(replaceFolderWithCopy(folder / "new", folder / "installed"));
     EXPECT_EQ(test::readTextFile(folder / "installed" / "Title.moti"), "new");
     EXPECT_FALSE(std::filesystem::exists(folder / "installed" / "Old.moti"));
+}
+
+// Copies in a child process whose files may not grow beyond 100 bytes, as on a full disk; whether it threw.
+bool copyFailsOnFullDisk(const std::filesystem::path& source, const std::filesystem::path& target) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small{100, 100};
+        setrlimit(RLIMIT_FSIZE, &small);
+        try {
+            replaceFolderWithCopy(source, target);
+        } catch (const Error&) {
+            _exit(1);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == 1;
+}
+
+TEST(TemplateInstallation, AFullDiskLeavesTheInstalledVersionAndNoPartialCopy) {
+    const test::TempFolder folder;
+    test::writeTextFile(folder / "new" / "Title.moti", std::string(5000, 'n'));
+    test::writeTextFile(folder / "Titles" / "QUILLT1" / "QUILLT1.moti", "installed");
+    EXPECT_TRUE(copyFailsOnFullDisk(folder / "new", folder / "Titles" / "QUILLT1"));
+    EXPECT_EQ(test::readTextFile(folder / "Titles" / "QUILLT1" / "QUILLT1.moti"), "installed");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "Titles"),
+                            std::filesystem::directory_iterator()),
+              1);
 }
 
 TEST(TemplateInstallation, AMissingTemplateLeavesTheInstalledVersionAlone) {

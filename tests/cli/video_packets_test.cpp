@@ -31,7 +31,7 @@ TEST(VideoPacketProbe, ListsEveryFrameOfAnOpenGopFileInPresentationOrder) {
     // A window is read from the keyframe before its start, with the frames shown before that keyframe
     // but decoded after it (open GOP).
     const std::vector<VideoPacket> window =
-        probeVideoPackets(file, ProbeSetup{}, PacketWindow{Rational(1), Rational(3, 2)});
+        probeVideoPackets(file, ProbeSetup{}, {PacketWindow{Rational(1), Rational(3, 2)}});
     ASSERT_FALSE(window.empty());
     EXPECT_EQ(keyframeAtOrBefore(window, Rational(1)), Rational(24, 30));
     EXPECT_LT(window.front().time, Rational(24, 30));

@@ -16,6 +16,7 @@ struct Registration {
     std::string originalSrc;              ///< the asset's `src` before archiving
     bool isTrimmed = false;               ///< cut down (true) or copied whole (false)
     CutMethod cut = CutMethod::reEncode;  ///< how a trimmed file was cut
+    bool sourcePacketsProven = false;     ///< its video packets were checked to be the source's own bytes
 
     bool operator==(const Registration&) const = default;
 };

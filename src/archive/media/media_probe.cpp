@@ -77,7 +77,7 @@ Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup&
 
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return audioCodecName(file, setup).has_value();
+        return !audioCodecNames(file, setup).empty();
     } catch (const RunCancelled&) {
         throw;
     } catch (const Error&) {
@@ -85,13 +85,17 @@ bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) 
     }
 }
 
-std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ProbeSetup& setup) {
-    const std::optional<nlohmann::json> stream = firstProbeStream(
-        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a:0"), setup)));
-    if (!stream) {
-        return std::nullopt;
+std::vector<std::string> audioCodecNames(const std::filesystem::path& file, const ProbeSetup& setup) {
+    const nlohmann::json document =
+        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a"), setup));
+    std::vector<std::string> codecs;
+    const auto streams = document.find("streams");
+    if (streams != document.end() && streams->is_array()) {
+        for (const nlohmann::json& stream : *streams) {
+            codecs.push_back(stream.is_object() ? probeText(stream, "codec_name", "unknown") : "unknown");
+        }
     }
-    return probeText(*stream, "codec_name", "unknown");
+    return codecs;
 }
 
 ProbeResult parseCodecProbe(std::string_view text) {

@@ -60,9 +60,9 @@ Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setu
 Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Whether the file has an audio stream; false when ffprobe cannot tell (a stop request still throws).
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup);
-/// The codec of the file's first audio stream ("pcm_s24le", "aac"); no value without audio; throws
+/// The codecs of the file's audio streams in order ("pcm_s24le", "aac"); empty without audio; throws
 /// `ProbeError`.
-std::optional<std::string> audioCodecName(const std::filesystem::path& file, const ProbeSetup& setup);
+std::vector<std::string> audioCodecNames(const std::filesystem::path& file, const ProbeSetup& setup);
 
 /// The nine arguments of the codec probe.
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);

@@ -355,7 +355,8 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
         TrimmedMedia trimmed{target, {}, plan.segments};
         std::optional<StreamCopyResult> copied;
         if (job.profile == EncoderProfile::copy && (copied = streamCopied(job, outputs))) {
-            trimmed = {target, std::move(copied->drifts), std::move(copied->segments), CutMethod::streamCopy};
+            trimmed = {target, std::move(copied->drifts), std::move(copied->segments), CutMethod::streamCopy,
+                       true};
         } else {
             job.profile = job.profile == EncoderProfile::copy ? defaultEncoderProfile() : job.profile;
             job.streamCopy = isAVFoundationProRes4444(FFProbe::probeCodec(source, probeSetupOf(context)));
@@ -365,7 +366,8 @@ TrimmedMedia trimAsset(const TrimPlan& plan, ArchiveExportContext& context, int 
         checkTrimmedFile(outputs.output, totalLength(plan.segments), probeSetupOf(context));
         placeTrimmedFile(outputs.output, target);
         context.bundledAssets->registerAsset(
-            plan.assetID, Registration{"./Media/" + name, plan.originalSrc, true, trimmed.cut});
+            plan.assetID, Registration{"./Media/" + name, plan.originalSrc, true, trimmed.cut,
+                                       trimmed.sourcePacketsProven});
         return trimmed;
     } catch (...) {
         outputs.removeAll();

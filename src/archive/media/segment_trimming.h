@@ -19,6 +19,7 @@ struct TrimmedMedia {
     std::vector<HalfOpenRange>
         segments;  ///< the media ranges the file holds: the plan's, or widened to keyframes
     CutMethod cut = CutMethod::reEncode;  ///< whether the pictures were copied or encoded anew
+    bool sourcePacketsProven = false;     ///< the copy's video packets were checked against the source's
 };
 
 /// The trimmed file's name: the source's stem, "_trimmed.", its extension as written.

@@ -37,9 +37,14 @@ std::string preciseSeconds(Rational seconds) {
     return fmt::format("{:.9f}", seconds.doubleValue());
 }
 
-// Seconds rounded down to the microsecond ffmpeg seeks by, so the seek never lands after the keyframe.
-std::string secondsRoundedDown(Rational seconds) {
-    const std::int64_t micros = static_cast<std::int64_t>(std::floor((seconds * 1000000).doubleValue()));
+// Seconds rounded to the microsecond ffmpeg seeks by: down where the seek must not land after a keyframe,
+// up where it must land on the keyframe at that time, not on the one before.
+enum class Rounding { down, up };
+
+std::string seekSeconds(Rational seconds, Rounding rounding) {
+    const double exact = (seconds * 1000000).doubleValue();
+    const auto micros =
+        static_cast<std::int64_t>(rounding == Rounding::up ? std::ceil(exact) : std::floor(exact));
     return fmt::format("{}.{:06}", micros / 1000000, micros % 1000000);
 }
 
@@ -52,17 +57,6 @@ Rational shownEndOf(const std::vector<VideoPacket>& packets) {
     return end;
 }
 
-// The presentation times of the pictures shown inside `range`, counted from its start, ascending.
-std::vector<Rational> shownTimesIn(const std::vector<VideoPacket>& packets, const HalfOpenRange& range) {
-    std::vector<Rational> times;
-    for (const VideoPacket& packet : packets) {
-        if (packet.time >= range.start && packet.time < range.end) {
-            times.push_back(packet.time - range.start);
-        }
-    }
-    return times;
-}
-
 std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
     std::vector<Rational> times;
     for (const VideoPacket& packet : packets) {
@@ -73,36 +67,185 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
     return times;
 }
 
-// The written file must show exactly the source's pictures at the same distances, the first at zero
-// and decodable on its own. Returns the written file's packets.
-std::vector<VideoPacket> requireSamePictures(const std::filesystem::path& written,
-                                             const std::vector<Rational>& expected, const ProbeSetup& probe) {
+// How far around each segment the source's packets are read first: longer than camera GOPs, so that the
+// keyframes a segment widens to lie inside; a second past a widened end shows whether its keyframe has
+// leading pictures.
+const Rational kPacketMargin(10);
+const Rational kBeyondEnd(1);
+
+// The stretches of the source whose packets decide the widening: each segment with a margin, merged.
+std::vector<PacketWindow> packetWindows(const std::vector<HalfOpenRange>& segments) {
+    std::vector<PacketWindow> windows;
+    for (const HalfOpenRange& segment : segments) {
+        const Rational from = std::max(segment.start - kPacketMargin, Rational::zero());
+        const Rational to = segment.end + kPacketMargin;
+        if (!windows.empty() && from <= windows.back().to) {
+            windows.back().to = std::max(windows.back().to, to);
+        } else {
+            windows.push_back({from, to});
+        }
+    }
+    return windows;
+}
+
+// Whether `packets` show every picture of each range and a second beyond it, without a hole: then the
+// widening chose from keyframes it saw all of, and each range's pictures are known.
+bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
+                       Rational frame) {
+    const Rational largestStep = frame * Rational(3, 2);
+    for (const HalfOpenRange& range : ranges) {
+        std::optional<Rational> previous;
+        for (const VideoPacket& packet : packets) {
+            if (packet.time < range.start || packet.time > range.end + kBeyondEnd) {
+                continue;
+            }
+            if (previous ? packet.time - *previous > largestStep : packet.time != range.start) {
+                return false;
+            }
+            previous = packet.time;
+        }
+        if (!previous || *previous + largestStep < range.end + kBeyondEnd) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
+                                                  const std::vector<VideoPacket>& packets) {
+    const std::vector<Rational> open = openKeyframeTimes(packets);
+    return widenToKeyframes(
+        segments, keyframeTimes(packets),
+        [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
+        shownEndOf(packets));
+}
+
+// Ranges a single ffmpeg run copies, reading through the gaps between them: a gap is read through when it
+// is no longer than one of its neighbours, as reading it costs less than writing those twice (once as a
+// piece, once joined).
+std::vector<std::vector<HalfOpenRange>> readThroughGroups(const std::vector<HalfOpenRange>& ranges) {
+    std::vector<std::vector<HalfOpenRange>> groups;
+    for (const HalfOpenRange& range : ranges) {
+        const bool readThrough =
+            !groups.empty() &&
+            range.start - groups.back().back().end <= std::max(range.length(), groups.back().back().length());
+        if (!readThrough) {
+            groups.emplace_back();
+        }
+        groups.back().push_back(range);
+    }
+    return groups;
+}
+
+// Where each range starts in the file that holds them back to back.
+std::vector<Rational> rangeStarts(const std::vector<HalfOpenRange>& ranges) {
+    std::vector<Rational> starts;
+    Rational start;
+    for (const HalfOpenRange& range : ranges) {
+        starts.push_back(start);
+        start = start + range.length();
+    }
+    return starts;
+}
+
+// The source's packets shown inside the ranges, at the times they show in the file that holds the ranges
+// back to back.
+std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
+                                         const std::vector<HalfOpenRange>& ranges) {
+    const std::vector<Rational> starts = rangeStarts(ranges);
+    std::vector<VideoPacket> copied;
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        for (const VideoPacket& packet : source) {
+            if (packet.time >= ranges[i].start && packet.time < ranges[i].end) {
+                copied.push_back(packet);
+                copied.back().time = packet.time - ranges[i].start + starts[i];
+            }
+        }
+    }
+    return copied;
+}
+
+// The written file must hold exactly the source's packets, each at its time and with its bytes, the first
+// a keyframe at zero. This is what lets the archive trust the file without decoding it: its pictures are
+// the source's own.
+void requireSourcePackets(const std::filesystem::path& written, const std::vector<VideoPacket>& expected,
+                          const ProbeSetup& probe) {
     const std::vector<VideoPacket> packets = probeVideoPackets(written, probe);
-    std::vector<Rational> shown;
-    for (const VideoPacket& packet : packets) {
-        shown.push_back(packet.time);
+    const auto differs = [](const VideoPacket& a, const VideoPacket& b) {
+        return a.time != b.time || (!a.dataHash.empty() && !b.dataHash.empty() && a.dataHash != b.dataHash);
+    };
+    std::optional<std::string> problem;
+    if (packets.size() != expected.size()) {
+        problem = fmt::format("{} Bilder statt {}", packets.size(), expected.size());
+    } else if (packets.empty() || !packets.front().keyframe) {
+        problem = "beginnt nicht mit einem Keyframe";
+    } else if (const auto mismatch =
+                   std::mismatch(packets.begin(), packets.end(), expected.begin(),
+                                 [&](const auto& a, const auto& b) { return !differs(a, b); });
+               mismatch.first != packets.end()) {
+        problem = fmt::format("Bild bei {}s weicht vom Original ab",
+                              shortestDecimal(mismatch.first->time.doubleValue()));
     }
-    if (packets.empty() || !packets.front().keyframe || shown != expected) {
+    if (problem) {
         throw Error(StreamCopyError::domain, StreamCopyError::picturesDiffer,
-                    fmt::format("{}: {} Bilder statt {}", written.filename().string(), shown.size(),
-                                expected.size()));
+                    written.filename().string() + ": " + *problem);
     }
-    return packets;
 }
 
-std::string audioArguments(const std::optional<std::string>& codec) {
-    return codec && codec->starts_with("pcm_") ? *codec : "aac";
+bool isPCM(const std::string& codec) {
+    return codec.starts_with("pcm_");
 }
 
-void writeJoinList(const std::filesystem::path& folder, const std::vector<std::filesystem::path>& pieces,
-                   const std::vector<Rational>& lengths) {
-    std::string list;
-    for (std::size_t i = 0; i < pieces.size(); ++i) {
-        // The stated length places the next piece: a file's own duration would be its longest stream's.
-        list += fmt::format("file '{}'\nduration {}\n", pieces[i].filename().string(),
-                            preciseSeconds(lengths[i]));
+// An AAC encoder puts this many samples of priming before the first real one. Without an edit list (see
+// kFirstPictureAtZero) players play them, so the sound would run late by as much; the same number of
+// samples is left out at the start instead, and the priming takes their place.
+const int kAacPrimingSamples = 1024;
+
+// One input per range for the sound, read from just before it: each is trimmed to the sample and the
+// trims are joined, so the sound of every range lies under its pictures.
+void appendSoundInputs(std::vector<std::string>& arguments, const std::filesystem::path& source,
+                       const std::vector<HalfOpenRange>& ranges) {
+    for (const HalfOpenRange& range : ranges) {
+        arguments.insert(arguments.end(), {"-ss", seekSeconds(range.start, Rounding::down), "-t",
+                                           preciseSeconds(range.length() + 1), "-i", source.string()});
     }
-    writeFileAtomically(folder / "concat_list.txt", list);
+}
+
+// The filter that cuts audio stream `stream` of each range's input and joins the pieces into "[a<stream>]".
+std::string soundFilter(std::size_t stream, const std::vector<HalfOpenRange>& ranges,
+                        const std::string& codec) {
+    std::string graph;
+    std::string joined;
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        graph += fmt::format("[{}:a:{}]atrim=start={}:end={},asetpts=PTS-STARTPTS[a{}_{}];", i + 1, stream,
+                             preciseSeconds(ranges[i].start), preciseSeconds(ranges[i].end), stream, i);
+        joined += fmt::format("[a{}_{}]", stream, i);
+    }
+    graph += fmt::format("{}concat=n={}:v=0:a=1", joined, ranges.size());
+    if (!isPCM(codec)) {
+        graph += fmt::format(",atrim=start_sample={},asetpts=PTS-STARTPTS", kAacPrimingSamples);
+    }
+    return graph + fmt::format("[a{}]", stream);
+}
+
+// The packets shown inside the ranges, and none other, move so that the ranges follow each other from
+// zero. Which range a packet belongs to is read from its presentation time, also for its decoding time:
+// a range starts at a closed keyframe, so each packet decodes within its own range.
+std::string packetFilter(const std::vector<HalfOpenRange>& ranges, Rational halfFrame) {
+    const std::vector<Rational> starts = rangeStarts(ranges);
+    std::vector<std::string> kept;
+    std::string shift = preciseSeconds(ranges.front().start);
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        kept.push_back(fmt::format("gte(pts*tb,{})*lt(pts*tb,{})",
+                                   preciseSeconds(ranges[i].start - halfFrame),
+                                   preciseSeconds(ranges[i].end - halfFrame)));
+        if (i > 0) {
+            shift = fmt::format("if(gte(PTS*TB,{}),{},{})", preciseSeconds(ranges[i].start - halfFrame),
+                                preciseSeconds(ranges[i].start - starts[i]), shift);
+        }
+    }
+    return fmt::format("noise=drop='1-({})',setts=pts='PTS-round({}/TB)':dts='DTS-round({}/TB)'",
+                       fmt::join(kept, "+"), shift, shift);
 }
 
 std::string rangeText(const HalfOpenRange& segment) {
@@ -123,103 +266,81 @@ struct CopySource {
     std::filesystem::path file;
     std::vector<VideoPacket> packets;
     Rational halfFrame;
-    std::optional<std::string> audioCodec;
+    std::vector<std::string> audioCodecs;
 };
 
-// Copies one range into `output` and checks it; returns how long it shows.
-Rational copyPiece(const CopySource& copy, const HalfOpenRange& range, const std::filesystem::path& output,
-                   PieceUse use, const std::string& label, const ExportContext& context,
-                   const ToolProgress& progress) {
-    runFFmpeg(pieceCopyArguments(copy.file, output, range, copy.halfFrame, copy.audioCodec, use), label,
+void copyRanges(const CopySource& copy, const std::vector<HalfOpenRange>& ranges,
+                const std::filesystem::path& output, PieceUse use, const std::string& label,
+                const ExportContext& context, const ToolProgress& progress) {
+    runFFmpeg(rangeCopyArguments(copy.file, output, ranges, copy.halfFrame, copy.audioCodecs, use), label,
               std::nullopt, context, progress);
-    const std::vector<Rational> expected = shownTimesIn(copy.packets, range);
-    return shownEndOf(requireSamePictures(output, expected, probeSetupOf(context)));
 }
 
-// Where each piece starts in the written file: at zero, then after each piece's shown length.
-std::vector<Rational> pieceStarts(const std::vector<Rational>& lengths) {
-    std::vector<Rational> starts{Rational::zero()};
-    for (std::size_t i = 0; i + 1 < lengths.size(); ++i) {
-        starts.push_back(starts.back() + lengths[i]);
-    }
-    return starts;
-}
-
-// Each piece's start must decode without a complaint: after a keyframe that is no clean start of the
+// Each range's start must decode without a complaint: after a keyframe that is no clean start of the
 // stream (an H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures
 // before it, also at the file's start, where the archive's own check would then refuse the whole run. The
-// file is decoded from a keyframe before each start to a second after it.
+// file is decoded from each start (a keyframe, where a player seeking there starts too) for a second, all
+// starts in one run.
 void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rational>& joins,
                        const ExportContext& context) {
+    ProcessRequest request;
+    request.executable = locateFFmpeg(context.settings.tools);
+    request.arguments = {"-nostdin", "-v", "error"};
     for (const Rational join : joins) {
-        ProcessRequest request;
-        request.executable = locateFFmpeg(context.settings.tools);
-        request.arguments = {"-nostdin",
-                             "-v",
-                             "error",
-                             "-ss",
-                             secondsRoundedDown(std::max(join - 2, Rational::zero())),
-                             "-t",
-                             "3",
-                             "-i",
-                             file.string(),
-                             "-map",
-                             "0:v:0",
-                             "-f",
-                             "null",
-                             "-"};
-        request.stopToken = context.stopToken;
-        bool complained = false;
-        request.standardErrorChunk = [&](std::string_view chunk) {
-            complained = complained || !chunk.empty();
-        };
-        const ProcessResult result = runProcess(request);
-        if (complained || result.exitStatus != 0) {
-            throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
-                        fmt::format("Übergang bei {}s nicht sauber dekodierbar",
-                                    shortestDecimal(join.doubleValue())));
-        }
+        request.arguments.insert(request.arguments.end(),
+                                 {"-ss", seekSeconds(join, Rounding::up), "-t", "1", "-i", file.string()});
+    }
+    for (std::size_t i = 0; i < joins.size(); ++i) {
+        request.arguments.insert(request.arguments.end(), {"-map", fmt::format("{}:v:0", i)});
+    }
+    request.arguments.insert(request.arguments.end(), {"-f", "null", "-"});
+    request.stopToken = context.stopToken;
+    bool complained = false;
+    request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
+    const ProcessResult result = runProcess(request);
+    if (complained || result.exitStatus != 0) {
+        throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
+                    fmt::format("Übergang nicht sauber dekodierbar ({})",
+                                standardErrorTail(result.standardErrorTail, 1)));
     }
 }
 
-std::vector<Rational> joinedTimes(const CopySource& copy, const std::vector<HalfOpenRange>& ranges,
-                                  const std::vector<Rational>& lengths) {
-    std::vector<Rational> times;
-    Rational offset;
-    for (std::size_t i = 0; i < ranges.size(); ++i) {
-        for (const Rational time : shownTimesIn(copy.packets, ranges[i])) {
-            times.push_back(offset + time);
-        }
-        offset = offset + lengths[i];
+void writeJoinList(const std::filesystem::path& folder, const std::vector<std::filesystem::path>& pieces,
+                   const std::vector<Rational>& lengths) {
+    std::string list;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        // The stated length places the next piece: a file's own duration would be its longest stream's.
+        list += fmt::format("file '{}'\nduration {}\n", pieces[i].filename().string(),
+                            preciseSeconds(lengths[i]));
     }
-    return times;
+    writeFileAtomically(folder / "concat_list.txt", list);
 }
 
-// One piece per range in a temporary folder, joined into `output`; returns each piece's shown length.
-std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
-                                  const std::vector<HalfOpenRange>& ranges,
-                                  const std::filesystem::path& output, const ExportContext& context,
-                                  const ToolProgress& progress) {
+// Groups of ranges far apart are copied one piece each into a temporary folder, then joined into `output`.
+void copyAndJoin(const CopySource& copy, const TrimPlan& plan,
+                 const std::vector<std::vector<HalfOpenRange>>& groups, const std::filesystem::path& output,
+                 const ExportContext& context, const ToolProgress& progress) {
     const std::filesystem::path folder = makeSegmentDirectory(plan.assetID);
     const std::string extension = fileNameExtension(copy.file.filename().string());
     std::vector<std::filesystem::path> pieces;
     std::vector<Rational> lengths;
-    Rational done;
     try {
-        for (std::size_t i = 0; i < ranges.size(); ++i) {
+        Rational done;
+        for (std::size_t i = 0; i < groups.size(); ++i) {
             pieces.push_back(folder / fmt::format("seg_{}.{}", i, extension));
             const ToolProgress pieceProgress = [&, done](double seconds) {
                 if (progress) {
                     progress(done.doubleValue() + seconds);
                 }
             };
-            lengths.push_back(copyPiece(copy, ranges[i], pieces.back(), PieceUse::joinedLater,
-                                        fmt::format("Segment {}/{} (Stream-Copy)", i + 1, ranges.size()),
-                                        context, pieceProgress));
+            copyRanges(copy, groups[i], pieces.back(), PieceUse::joinedLater,
+                       fmt::format("Segment {}/{} (Stream-Copy)", i + 1, groups.size()), context,
+                       pieceProgress);
+            lengths.push_back(totalLength(groups[i]));
             done = done + lengths.back();
         }
         writeJoinList(folder, pieces, lengths);
-        runFFmpeg(joinCopyArguments(output), fmt::format("Concat ({} Segmente)", ranges.size()), folder,
+        runFFmpeg(joinCopyArguments(output), fmt::format("Concat ({} Segmente)", groups.size()), folder,
                   context);
     } catch (...) {
         std::error_code ignored;
@@ -228,8 +349,6 @@ std::vector<Rational> copyAndJoin(const CopySource& copy, const TrimPlan& plan,
     }
     std::error_code ignored;
     std::filesystem::remove_all(folder, ignored);
-    requireSamePictures(output, joinedTimes(copy, ranges, lengths), probeSetupOf(context));
-    return lengths;
 }
 
 }  // namespace
@@ -243,16 +362,18 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     if (decision.reencodeReason) {
         return decision;
     }
-    decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
+    // Only the stretches around the segments are read first: camera originals are long, and reading a
+    // whole one would cost as much as copying it. The whole file only when those do not settle it.
+    decision.sourcePackets = probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
+    std::optional<std::vector<HalfOpenRange>> ranges = widened(plan.segments, decision.sourcePackets);
+    if (!ranges || !showsEveryPicture(decision.sourcePackets, *ranges, *plan.frameDuration)) {
+        decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
+        ranges = widened(plan.segments, decision.sourcePackets);
+    }
     if (decision.sourcePackets.empty()) {
         decision.reencodeReason = "keine Videopakete";
         return decision;
     }
-    const std::vector<Rational> open = openKeyframeTimes(decision.sourcePackets);
-    const std::optional<std::vector<HalfOpenRange>> ranges = widenToKeyframes(
-        plan.segments, keyframeTimes(decision.sourcePackets),
-        [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
-        shownEndOf(decision.sourcePackets));
     if (!ranges) {
         decision.reencodeReason = "kein geschlossener GOP vor einem Segment";
         return decision;
@@ -273,32 +394,41 @@ std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeS
     return std::nullopt;
 }
 
-std::vector<std::string> pieceCopyArguments(const std::filesystem::path& source,
-                                            const std::filesystem::path& output, const HalfOpenRange& piece,
-                                            Rational halfFrame, const std::optional<std::string>& audioCodec,
-                                            PieceUse use) {
-    const Rational start = piece.start;
-    const Rational end = piece.end;
+std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
+                                            const std::filesystem::path& output,
+                                            const std::vector<HalfOpenRange>& ranges, Rational halfFrame,
+                                            const std::vector<std::string>& audioCodecs, PieceUse use) {
     // Timestamps stay the source's, counted from the file's start like the packet probe counts them, so
-    // the packet choice below names exact source pictures. Reading stops a second after the piece: decoding
+    // the packet choice names exact source pictures. Reading stops a second after the last range: decoding
     // order runs up to a few pictures behind display.
-    std::vector<std::string> arguments{"-nostdin",       "-ss", secondsRoundedDown(start),          "-copyts",
-                                       "-start_at_zero", "-t",  preciseSeconds(piece.length() + 1), "-i",
+    std::vector<std::string> arguments{"-nostdin",
+                                       "-copyts",
+                                       "-start_at_zero",
+                                       "-ss",
+                                       seekSeconds(ranges.front().start, Rounding::down),
+                                       "-t",
+                                       preciseSeconds(ranges.back().end - ranges.front().start + 1),
+                                       "-i",
                                        source.string()};
-    if (audioCodec) {
-        arguments.insert(arguments.end(), {"-filter_complex",
-                                           fmt::format("[0:a:0]atrim=start={}:end={},asetpts=PTS-STARTPTS[a]",
-                                                       preciseSeconds(start), preciseSeconds(end))});
+    if (!audioCodecs.empty()) {
+        appendSoundInputs(arguments, source, ranges);
+        std::vector<std::string> graphs;
+        for (std::size_t stream = 0; stream < audioCodecs.size(); ++stream) {
+            graphs.push_back(soundFilter(stream, ranges, audioCodecs[stream]));
+        }
+        arguments.insert(arguments.end(), {"-filter_complex", fmt::format("{}", fmt::join(graphs, ";"))});
     }
-    // The packets shown inside the piece, and none other, move so that the first one shows at zero.
-    const std::string packets = fmt::format(
-        "noise=drop='lt(pts*tb,{0})+gte(pts*tb,{1})',setts=pts=PTS-round({2}/TB):dts=DTS-round({2}/TB)",
-        preciseSeconds(start - halfFrame), preciseSeconds(end - halfFrame), preciseSeconds(start));
-    arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy", "-bsf:v", packets});
-    if (audioCodec) {
-        arguments.insert(arguments.end(), {"-map", "[a]", "-c:a", audioArguments(audioCodec)});
-        if (!audioCodec->starts_with("pcm_")) {
-            arguments.insert(arguments.end(), {"-b:a", "320k"});
+    arguments.insert(arguments.end(),
+                     {"-map", "0:v:0", "-c:v", "copy", "-bsf:v", packetFilter(ranges, halfFrame)});
+    // Every sound stream stays: PCM is written again as the same PCM (its samples unchanged, cut to the
+    // sample), anything else as AAC.
+    for (std::size_t stream = 0; stream < audioCodecs.size(); ++stream) {
+        const bool pcm = isPCM(audioCodecs[stream]);
+        arguments.insert(arguments.end(),
+                         {"-map", fmt::format("[a{}]", stream), fmt::format("-c:a:{}", stream),
+                          pcm ? audioCodecs[stream] : "aac"});
+        if (!pcm) {
+            arguments.insert(arguments.end(), {fmt::format("-b:a:{}", stream), "320k"});
         }
     }
     // The timecode (a stream tag of the video) stays.
@@ -312,9 +442,11 @@ std::vector<std::string> pieceCopyArguments(const std::filesystem::path& source,
 }
 
 std::vector<std::string> joinCopyArguments(const std::filesystem::path& output) {
-    std::vector<std::string> arguments{"-nostdin", "-f",  "concat", "-i",   "concat_list.txt",
-                                       "-map",     "0",   "-map",   "-0:d", "-ignore_unknown",
-                                       "-c",       "copy"};
+    // Without `auto_convert` the demuxer would rewrite H.264 packets into Annex B form, with parameter sets
+    // in the picture data: no longer the source's bytes.
+    std::vector<std::string> arguments{"-nostdin", "-auto_convert",   "0",    "-f",  "concat",
+                                       "-i",       "concat_list.txt", "-map", "0",   "-map",
+                                       "-0:d",     "-ignore_unknown", "-c",   "copy"};
     arguments.insert(arguments.end(), kFirstPictureAtZero.begin(), kFirstPictureAtZero.end());
     const std::vector<std::string> tail = outputTail(output);
     arguments.insert(arguments.end(), tail.begin(), tail.end());
@@ -331,21 +463,20 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
         }
         logWidening(decision, context);
         const CopySource copy{source, std::move(decision.sourcePackets), *plan.frameDuration / 2,
-                              FFProbe::audioCodecName(source, probeSetupOf(context))};
+                              FFProbe::audioCodecNames(source, probeSetupOf(context))};
         const std::vector<HalfOpenRange>& ranges = decision.ranges;
-        std::vector<Rational> lengths;
-        if (ranges.size() == 1) {
-            lengths.push_back(copyPiece(copy, ranges.front(), output, PieceUse::wholeFile,
-                                        "Trim (Stream-Copy)", context, progress));
+        const std::vector<std::vector<HalfOpenRange>> groups = readThroughGroups(ranges);
+        if (groups.size() == 1) {
+            copyRanges(copy, ranges, output, PieceUse::wholeFile,
+                       ranges.size() == 1 ? "Trim (Stream-Copy)"
+                                          : fmt::format("Trim (Stream-Copy, {} Segmente)", ranges.size()),
+                       context, progress);
         } else {
-            lengths = copyAndJoin(copy, plan, ranges, output, context, progress);
+            copyAndJoin(copy, plan, groups, output, context, progress);
         }
-        requireCleanJoins(output, pieceStarts(lengths), context);
-        StreamCopyResult result{ranges, {}};
-        for (std::size_t i = 0; i < ranges.size(); ++i) {
-            result.drifts.push_back(lengths[i] - ranges[i].length());
-        }
-        return result;
+        requireSourcePackets(output, packetsAsCopied(copy.packets, ranges), probeSetupOf(context));
+        requireCleanJoins(output, rangeStarts(ranges), context);
+        return {ranges, std::vector<Rational>(ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {
         throw;
     } catch (const StreamCopyUnsuitable&) {

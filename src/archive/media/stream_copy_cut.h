@@ -22,8 +22,8 @@ public:
     explicit StreamCopyUnsuitable(const std::string& reason);
 };
 
-/// What a stream copy wrote: the source ranges the file holds, in order, and how much longer each piece
-/// came out than its range (measured on the written pictures).
+/// What a stream copy wrote: the source ranges the file holds back to back, in order, and how much longer
+/// each came out than its range (none: the written packets are checked to lie exactly where planned).
 struct StreamCopyResult {
     std::vector<HalfOpenRange> segments;  ///< the kept ranges after widening to keyframes, in media time
     std::vector<Rational> drifts;         ///< one per range
@@ -37,9 +37,10 @@ struct StreamCopyDecision {
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets the ranges were chosen from
 };
 
-/// Decides the stream copy of the plan's source: its codec, then its packets once, from which the keyframes
-/// and their closedness (leading pictures in decoding order) are read; each segment widens outward over
-/// open keyframes to closed ones (the file's end at worst). Throws `ProbeError`, `RunCancelled`.
+/// Decides the stream copy of the plan's source: its codec, then its packets around the segments (the whole
+/// file's when those do not show every picture of the widened ranges), from which the keyframes and their
+/// closedness (leading pictures in decoding order) are read; each segment widens outward over open
+/// keyframes to closed ones (the file's end at worst). Throws `ProbeError`, `RunCancelled`.
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe);
 
 /// Why the plan's source cannot be cut by stream copy (no frame grid, a codec whose packets a cut cannot
@@ -53,22 +54,26 @@ enum class PieceUse {
                   ///< the same in every piece, so that they run on across the joins
 };
 
-/// The ffmpeg arguments that copy the packets of `piece` (media time since the file's start) into
-/// `output`, starting at time zero. `halfFrame` keeps the packet
-/// choice clear of rounding; `audioCodec` is the first audio stream's codec, cut to the same times: PCM is
-/// written again as the same PCM (its samples unchanged, cut to the sample), anything else as AAC.
-std::vector<std::string> pieceCopyArguments(const std::filesystem::path& source,
-                                            const std::filesystem::path& output, const HalfOpenRange& piece,
-                                            Rational halfFrame, const std::optional<std::string>& audioCodec,
-                                            PieceUse use);
+/// The ffmpeg arguments that copy the video packets of `ranges` (media time since the file's start,
+/// ascending, disjoint) from `source` into `output`, back to back from time zero, in one run that reads
+/// through the gaps between them. `halfFrame` keeps the packet choice clear of rounding. Each of the
+/// source's sound streams (`audioCodecs`, in order) is cut to the same times, to the sample: PCM is written
+/// again as the same PCM, anything else as AAC whose priming takes the place of its first samples.
+std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
+                                            const std::filesystem::path& output,
+                                            const std::vector<HalfOpenRange>& ranges, Rational halfFrame,
+                                            const std::vector<std::string>& audioCodecs, PieceUse use);
 
-/// Joins the pieces listed in "concat_list.txt" of the working folder like `pieceCopyArguments` writes.
+/// Joins the pieces listed in "concat_list.txt" of the working folder like `rangeCopyArguments` writes,
+/// keeping every packet's bytes.
 std::vector<std::string> joinCopyArguments(const std::filesystem::path& output);
 
 /// Cuts the plan's segments out of `source` by stream copy into `output`: widened to keyframes for
-/// long-GOP media (exactly the planned frames for intra-frame media), one piece per range, joined by the
-/// concat demuxer, then checked picture by picture against the source's packets. Throws
-/// `StreamCopyUnsuitable` (with nothing left behind) when the source cannot be cut this way.
+/// long-GOP media (exactly the planned frames for intra-frame media), in one run when the gaps between
+/// the ranges are short enough to read through, else one piece per group of ranges joined by the concat
+/// demuxer; then every written video packet is checked against the source's (time and bytes) and each
+/// range's start is decoded. Throws `StreamCopyUnsuitable` (with nothing left behind) when the source
+/// cannot be cut this way.
 StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::path& source,
                                  const std::filesystem::path& output, ArchiveExportContext& context,
                                  const ToolProgress& progress);

@@ -6,6 +6,7 @@
 #include "archive/media/tool_runner.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
@@ -71,15 +72,27 @@ bool hasFlag(const std::string& flags, std::size_t position, char flag) {
 }  // namespace
 
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
-                                                   const std::optional<PacketWindow>& window) {
-    std::vector<std::string> arguments{
-        "-v",  "error",         "-select_streams",
-        "v:0", "-show_entries", "packet=pts,dts,duration,flags:stream=time_base,start_pts:format=start_time",
-        "-of", "json=compact=1"};
-    if (window) {
-        arguments.insert(arguments.end(),
-                         {"-read_intervals", fmt::format("{}%{}", ffmpegSeconds(window->from.doubleValue()),
-                                                         ffmpegSeconds(window->to.doubleValue()))});
+                                                   const std::vector<PacketWindow>& windows) {
+    // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one, and
+    // costs little beside reading the bytes.
+    std::vector<std::string> arguments{"-v",
+                                       "error",
+                                       "-select_streams",
+                                       "v:0",
+                                       "-show_data_hash",
+                                       "adler32",
+                                       "-show_entries",
+                                       "packet=pts,dts,duration,flags,data_hash:stream=time_base,start_pts:"
+                                       "format=start_time",
+                                       "-of",
+                                       "json=compact=1"};
+    std::vector<std::string> intervals;
+    for (const PacketWindow& window : windows) {
+        intervals.push_back(fmt::format("{}%{}", ffmpegSeconds(window.from.doubleValue()),
+                                        ffmpegSeconds(window.to.doubleValue())));
+    }
+    if (!intervals.empty()) {
+        arguments.insert(arguments.end(), {"-read_intervals", fmt::format("{}", fmt::join(intervals, ","))});
     }
     arguments.push_back(std::filesystem::absolute(file).string());
     return arguments;
@@ -111,16 +124,20 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
         const std::int64_t duration = std::max<std::int64_t>(probeInteger(packet, "duration").value_or(0), 0);
         const std::int64_t dts = probeInteger(packet, "dts").value_or(*pts);
         packets.push_back({Rational(*pts) * timeBase - origin, Rational(duration) * timeBase,
-                           hasFlag(flags, 0, 'K'), Rational(dts) * timeBase - origin});
+                           hasFlag(flags, 0, 'K'), Rational(dts) * timeBase - origin,
+                           probeText(packet, "data_hash", "")});
     }
     std::stable_sort(packets.begin(), packets.end(),
                      [](const VideoPacket& a, const VideoPacket& b) { return a.time < b.time; });
+    packets.erase(std::unique(packets.begin(), packets.end(),
+                              [](const VideoPacket& a, const VideoPacket& b) { return a.time == b.time; }),
+                  packets.end());
     return packets;
 }
 
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
-                                           const std::optional<PacketWindow>& window) {
-    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, window), probe));
+                                           const std::vector<PacketWindow>& windows) {
+    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows), probe));
 }
 
 std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {
@@ -159,7 +176,7 @@ std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packe
 
 Rational decodeStart(const std::filesystem::path& file, const ProbeSetup& probe, Rational time) {
     const PacketWindow stretch{std::max(time - kKeyframeSearch, Rational::zero()), time + Rational::one()};
-    if (const auto keyframe = keyframeAtOrBefore(probeVideoPackets(file, probe, stretch), time)) {
+    if (const auto keyframe = keyframeAtOrBefore(probeVideoPackets(file, probe, {stretch}), time)) {
         return *keyframe;
     }
     return keyframeAtOrBefore(probeVideoPackets(file, probe), time).value_or(Rational::zero());

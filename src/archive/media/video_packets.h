@@ -13,10 +13,11 @@ namespace tidyreel {
 
 /// One packet of a file's first video stream: one frame as the container presents it.
 struct VideoPacket {
-    Rational time;          ///< presentation time in seconds from the file's start, as `-ss` counts
-    Rational duration;      ///< how long the frame is shown; zero when the container does not say
-    bool keyframe = false;  ///< decoding can begin here
-    Rational decodeTime;    ///< when it is decoded, on the same clock; its presentation time when unsaid
+    Rational time;           ///< presentation time in seconds from the file's start, as `-ss` counts
+    Rational duration;       ///< how long the frame is shown; zero when the container does not say
+    bool keyframe = false;   ///< decoding can begin here
+    Rational decodeTime;     ///< when it is decoded, on the same clock; its presentation time when unsaid
+    std::string dataHash{};  ///< a checksum of its bytes, to tell a copied packet from a changed one
 
     bool operator==(const VideoPacket&) const = default;
 };
@@ -28,18 +29,20 @@ struct PacketWindow {
     Rational to;
 };
 
-/// The ffprobe arguments that list the packets of the first video stream, with its time base and start.
+/// The ffprobe arguments that list the packets of the first video stream with a checksum of each, its time
+/// base and start: of the whole file, or of the given windows only (ascending and disjoint).
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
-                                                   const std::optional<PacketWindow>& window = std::nullopt);
+                                                   const std::vector<PacketWindow>& windows = {});
 
 /// Reads that probe's JSON answer: the packets the container shows (those it marks to be discarded, before
-/// an edit list's start, are left out), sorted by presentation time; throws `ProbeError`.
+/// an edit list's start, are left out), sorted by presentation time, each once (windows read from the
+/// keyframe before their start can overlap); throws `ProbeError`.
 std::vector<VideoPacket> parseVideoPackets(std::string_view json);
 
 /// The shown packets of the file's first video stream, sorted by presentation time, read with the run's
-/// ffprobe (whole, or only `window`); throws `ProbeError`, and `RunCancelled` on a stop request.
+/// ffprobe (whole, or only `windows`); throws `ProbeError`, and `RunCancelled` on a stop request.
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
-                                           const std::optional<PacketWindow>& window = std::nullopt);
+                                           const std::vector<PacketWindow>& windows = {});
 
 /// The times of the keyframes in sorted packets that start an open GOP, ascending: some picture decoded
 /// after such a keyframe shows before it (a leading picture), so a copy can neither start nor end there.

@@ -1,6 +1,7 @@
 #include "archive/tasks/archive_verification.h"
 
 #include "archive/media/archive_bundle.h"
+#include "archive/media/bundled_asset_registry.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/tool_runner.h"
 #include "archive/planning/archive_planning.h"
@@ -56,10 +57,15 @@ Rational tolerance(XmlElement asset, const ResourceIndex& resources) {
 
 class BundleCheck {
 public:
-    BundleCheck(std::filesystem::path bundle, ProbeSetup probe, bool acceptMissingSources)
+    BundleCheck(std::filesystem::path bundle, ProbeSetup probe, bool acceptMissingSources,
+                const std::set<std::filesystem::path>& provenCopies)
         : bundle_(std::filesystem::weakly_canonical(std::move(bundle))),
           probe_(std::move(probe)),
-          acceptMissingSources_(acceptMissingSources) {}
+          acceptMissingSources_(acceptMissingSources) {
+        for (const std::filesystem::path& file : provenCopies) {
+            checkedDecoding_.insert(std::filesystem::weakly_canonical(file));
+        }
+    }
 
     std::vector<std::string> run() {
         std::shared_ptr<XmlDocument> document;
@@ -165,14 +171,40 @@ private:
 }  // namespace
 
 std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ProbeSetup& probe,
-                                             bool acceptMissingSources) {
-    return BundleCheck(bundle, probe, acceptMissingSources).run();
+                                             bool acceptMissingSources,
+                                             const std::set<std::filesystem::path>& provenCopies) {
+    return BundleCheck(bundle, probe, acceptMissingSources, provenCopies).run();
 }
+
+namespace {
+
+// The files of this run whose packets the cut already proved to be the source's.
+std::set<std::filesystem::path> provenCopiesOf(const ArchiveExportContext& context) {
+    std::set<std::filesystem::path> files;
+    for (const auto& [id, registration] : context.bundledAssets->snapshot()) {
+        if (registration.sourcePacketsProven) {
+            files.insert(archiveBundleURL(context) / registration.relativePath);
+        }
+    }
+    return files;
+}
+
+}  // namespace
 
 void ArchiveVerifyTask::execute(ArchiveExportContext& context) const {
     context.log(LogEntryType::info, localized("Prüfe Archiv...", "Checking the archive..."));
-    const std::vector<std::string> problems =
-        verifyArchiveBundle(archiveBundleURL(context), probeSetupOf(context), context.settings.allowOffline);
+    const std::set<std::filesystem::path> proven = provenCopiesOf(context);
+    for (const std::filesystem::path& file : proven) {
+        context.log(
+            LogEntryType::info,
+            fmt::format("  → {}: {}", file.filename().string(),
+                        localized("Videopakete beim Schnitt mit dem Original verglichen, nicht erneut "
+                                  "dekodiert",
+                                  "video packets compared with the original's when cut, not decoded "
+                                  "again")));
+    }
+    const std::vector<std::string> problems = verifyArchiveBundle(
+        archiveBundleURL(context), probeSetupOf(context), context.settings.allowOffline, proven);
     for (const std::string& problem : problems) {
         context.log(LogEntryType::error, "  ✗ " + problem);
     }

@@ -4,6 +4,7 @@
 #include "pipeline/export_task.h"
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,9 +16,12 @@ namespace tidyreel {
 /// inside its asset. One line per problem, none for a sound bundle. Works on bundles written by earlier runs
 /// too. With `acceptMissingSources` a reference outside the bundle to a source that cannot be read
 /// (missing, unreadable, or no regular file) is no problem (the editor archived without it). The tools run
-/// as `probe` says, and a stop request ends the check with `RunCancelled`.
+/// as `probe` says, and a stop request ends the check with `RunCancelled`. Files in `provenCopies` are not
+/// decoded: the run that wrote them checked every video packet against the source's bytes and decoded
+/// each join, so decoding them again would only test the source.
 std::vector<std::string> verifyArchiveBundle(const std::filesystem::path& bundle, const ProbeSetup& probe,
-                                             bool acceptMissingSources = false);
+                                             bool acceptMissingSources = false,
+                                             const std::set<std::filesystem::path>& provenCopies = {});
 
 /// The archive run's self-check after the bundle is written: each problem is an error line, and any
 /// problem fails the run.

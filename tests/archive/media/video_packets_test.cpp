@@ -20,16 +20,21 @@ std::string probeFailure(std::string_view json) {
     return "no ProbeError";
 }
 
-// Three frames of an x264 stream at 30 fps in decoding order (an I, then a P shown after a B).
-TEST(VideoPackets, SortsByPresentationTimeInExactSeconds) {
-    EXPECT_THAT(parseVideoPackets(R"({"packets":[{"pts":0,"dts":-512,"duration":512,"flags":"K_"},
+// Three frames of an x264 stream at 30 fps in decoding order (an I, then a P shown after a B); the I is
+// listed twice, as two overlapping windows list it.
+TEST(VideoPackets, SortsByPresentationTimeInExactSecondsEachOnce) {
+    EXPECT_THAT(
+        parseVideoPackets(R"({"packets":[{"pts":0,"dts":-512,"duration":512,"flags":"K_",
+                                                  "data_hash":"adler32:0a1b2c3d"},
                                                  {"pts":1024,"dts":0,"duration":512,"flags":"__"},
-                                                 {"pts":"512","dts":512,"duration":512,"flags":"__"}],
+                                                 {"pts":"512","dts":512,"duration":512,"flags":"__"},
+                                                 {"pts":0,"dts":-512,"duration":512,"flags":"K_",
+                                                  "data_hash":"adler32:0a1b2c3d"}],
                                      "streams":[{"time_base":"1/15360","start_pts":0}],
                                      "format":{"start_time":"0.000000"}})"),
-                ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true, Rational(-1, 30)},
-                            VideoPacket{Rational(1, 30), Rational(1, 30), false, Rational(1, 30)},
-                            VideoPacket{Rational(1, 15), Rational(1, 30), false, Rational(0)}));
+        ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true, Rational(-1, 30), "adler32:0a1b2c3d"},
+                    VideoPacket{Rational(1, 30), Rational(1, 30), false, Rational(1, 30)},
+                    VideoPacket{Rational(1, 15), Rational(1, 30), false, Rational(0)}));
 }
 
 // Keyframe at 0 closed; the one at 4 has a leading picture (3, decoded after it); the one at 8 has none.
@@ -108,10 +113,11 @@ TEST(VideoPackets, ProbeAskedForTheWholeFileOrAWindow) {
     const std::vector<std::string> whole = videoPacketProbeArguments("/media/a.mov");
     EXPECT_EQ(whole.back(), "/media/a.mov");
     EXPECT_EQ(std::count(whole.begin(), whole.end(), "-read_intervals"), 0);
-    const std::vector<std::string> window =
-        videoPacketProbeArguments("/media/a.mov", PacketWindow{Rational(1001, 300), Rational(5)});
+    const std::vector<std::string> window = videoPacketProbeArguments(
+        "/media/a.mov",
+        {PacketWindow{Rational(1001, 300), Rational(5)}, PacketWindow{Rational(8), Rational(9)}});
     EXPECT_THAT(std::vector<std::string>(window.end() - 3, window.end()),
-                ElementsAre("-read_intervals", "3.336667%5.000000", "/media/a.mov"));
+                ElementsAre("-read_intervals", "3.336667%5.000000,8.000000%9.000000", "/media/a.mov"));
 }
 
 }  // namespace

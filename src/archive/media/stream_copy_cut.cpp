@@ -1,5 +1,6 @@
 #include "archive/media/stream_copy_cut.h"
 
+#include "archive/media/clean_starts.h"
 #include "archive/media/encoder_profile.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/segment_trimming.h"
@@ -37,14 +38,9 @@ std::string preciseSeconds(Rational seconds) {
     return fmt::format("{:.9f}", seconds.doubleValue());
 }
 
-// Seconds rounded to the microsecond ffmpeg seeks by: down where the seek must not land after a keyframe,
-// up where it must land on the keyframe at that time, not on the one before.
-enum class Rounding { down, up };
-
-std::string seekSeconds(Rational seconds, Rounding rounding) {
-    const double exact = (seconds * 1000000).doubleValue();
-    const auto micros =
-        static_cast<std::int64_t>(rounding == Rounding::up ? std::ceil(exact) : std::floor(exact));
+// Seconds rounded down to the microsecond ffmpeg seeks by, so the seek never lands after the keyframe.
+std::string secondsRoundedDown(Rational seconds) {
+    const std::int64_t micros = static_cast<std::int64_t>(std::floor((seconds * 1000000).doubleValue()));
     return fmt::format("{}.{:06}", micros / 1000000, micros % 1000000);
 }
 
@@ -118,6 +114,73 @@ std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRang
         segments, keyframeTimes(packets),
         [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
         shownEndOf(packets));
+}
+
+// How many closed keyframes before a range are tried as its start when decoding from its own keyframe
+// complains, before the file's start is tried.
+const std::size_t kStartCandidates = 8;
+
+// The closed keyframes before `start`, nearest first and at most `kStartCandidates`, then the file's
+// start (which packets read around the segments may not reach), where decoding always can begin.
+std::vector<Rational> earlierStarts(const std::vector<VideoPacket>& packets, Rational start) {
+    const std::vector<Rational> open = openKeyframeTimes(packets);
+    std::vector<Rational> candidates;
+    for (const Rational keyframe : keyframeTimes(packets)) {
+        if (keyframe < start && keyframe > Rational::zero() &&
+            !std::binary_search(open.begin(), open.end(), keyframe)) {
+            candidates.insert(candidates.begin(), keyframe);
+        }
+    }
+    candidates.resize(std::min(candidates.size(), kStartCandidates));
+    candidates.push_back(Rational::zero());
+    return candidates;
+}
+
+// Moves each range's start back until decoding from it does not complain. A keyframe without leading
+// pictures can still be no clean start: after an H.264 I picture that is no IDR (x264's open GOPs) the
+// decoder expects the pictures before it, and played on from another range it mixes up their order. The
+// ranges that come to overlap are merged; false when a range finds no clean start.
+bool startCleanly(const std::filesystem::path& source, const std::vector<VideoPacket>& packets,
+                  std::vector<HalfOpenRange>& ranges, const ProbeSetup& probe) {
+    std::vector<Rational> starts;
+    for (const HalfOpenRange& range : ranges) {
+        starts.push_back(range.start);
+    }
+    for (const std::size_t index : startsThatComplain(source, starts, probe)) {
+        const std::vector<Rational> candidates = earlierStarts(packets, ranges[index].start);
+        const auto clean = std::find_if(candidates.begin(), candidates.end(), [&](Rational candidate) {
+            return startsThatComplain(source, {candidate}, probe).empty();
+        });
+        if (clean == candidates.end()) {
+            return false;
+        }
+        ranges[index].start = *clean;
+    }
+    ranges = IntervalMerger::merge(ranges, ranges.back().end, Rational::zero(), Rational::zero(),
+                                   Rational::zero());
+    return true;
+}
+
+struct Widening {
+    std::optional<std::vector<HalfOpenRange>> ranges;
+    std::string failure;  ///< why there are none
+};
+
+// The plan's segments widened to closed keyframes, and further back where decoding could not begin
+// cleanly.
+Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& packets,
+                        const ProbeSetup& probe) {
+    if (packets.empty()) {
+        return {std::nullopt, "keine Videopakete"};
+    }
+    Widening widening{widened(plan.segments, packets), ""};
+    if (!widening.ranges) {
+        return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
+    }
+    if (!startCleanly(plan.originalPath, packets, *widening.ranges, probe)) {
+        return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
+    }
+    return widening;
 }
 
 // Ranges a single ffmpeg run copies, reading through the gaps between them: a gap is read through when it
@@ -206,7 +269,7 @@ const int kAacPrimingSamples = 1024;
 void appendSoundInputs(std::vector<std::string>& arguments, const std::filesystem::path& source,
                        const std::vector<HalfOpenRange>& ranges) {
     for (const HalfOpenRange& range : ranges) {
-        arguments.insert(arguments.end(), {"-ss", seekSeconds(range.start, Rounding::down), "-t",
+        arguments.insert(arguments.end(), {"-ss", secondsRoundedDown(range.start), "-t",
                                            preciseSeconds(range.length() + 1), "-i", source.string()});
     }
 }
@@ -276,32 +339,16 @@ void copyRanges(const CopySource& copy, const std::vector<HalfOpenRange>& ranges
               std::nullopt, context, progress);
 }
 
-// Each range's start must decode without a complaint: after a keyframe that is no clean start of the
-// stream (an H.264 I picture without IDR in an open-GOP stream) the decoder still expects the pictures
-// before it, also at the file's start, where the archive's own check would then refuse the whole run. The
-// file is decoded from each start (a keyframe, where a player seeking there starts too) for a second, all
-// starts in one run.
-void requireCleanJoins(const std::filesystem::path& file, const std::vector<Rational>& joins,
-                       const ExportContext& context) {
-    ProcessRequest request;
-    request.executable = locateFFmpeg(context.settings.tools);
-    request.arguments = {"-nostdin", "-v", "error"};
-    for (const Rational join : joins) {
-        request.arguments.insert(request.arguments.end(),
-                                 {"-ss", seekSeconds(join, Rounding::up), "-t", "1", "-i", file.string()});
-    }
-    for (std::size_t i = 0; i < joins.size(); ++i) {
-        request.arguments.insert(request.arguments.end(), {"-map", fmt::format("{}:v:0", i)});
-    }
-    request.arguments.insert(request.arguments.end(), {"-f", "null", "-"});
-    request.stopToken = context.stopToken;
-    bool complained = false;
-    request.standardErrorChunk = [&](std::string_view chunk) { complained = complained || !chunk.empty(); };
-    const ProcessResult result = runProcess(request);
-    if (complained || result.exitStatus != 0) {
+// Each range's start in the written file must decode without a complaint, as it did in the source: a
+// join the decoder stumbles over shows wrong pictures there.
+void requireCleanJoins(const std::filesystem::path& written, const std::vector<HalfOpenRange>& ranges,
+                       const ProbeSetup& probe) {
+    const std::vector<Rational> joins = rangeStarts(ranges);
+    const std::vector<std::size_t> complaining = startsThatComplain(written, joins, probe);
+    if (!complaining.empty()) {
         throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
-                    fmt::format("Übergang nicht sauber dekodierbar ({})",
-                                standardErrorTail(result.standardErrorTail, 1)));
+                    fmt::format("Übergang bei {}s nicht sauber dekodierbar",
+                                shortestDecimal(joins[complaining.front()].doubleValue())));
     }
 }
 
@@ -365,21 +412,18 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     // Only the stretches around the segments are read first: camera originals are long, and reading a
     // whole one would cost as much as copying it. The whole file only when those do not settle it.
     decision.sourcePackets = probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
-    std::optional<std::vector<HalfOpenRange>> ranges = widened(plan.segments, decision.sourcePackets);
-    if (!ranges || !showsEveryPicture(decision.sourcePackets, *ranges, *plan.frameDuration)) {
+    Widening widening = cleanlyWidened(plan, decision.sourcePackets, probe);
+    if (!widening.ranges ||
+        !showsEveryPicture(decision.sourcePackets, *widening.ranges, *plan.frameDuration)) {
         decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
-        ranges = widened(plan.segments, decision.sourcePackets);
+        widening = cleanlyWidened(plan, decision.sourcePackets, probe);
     }
-    if (decision.sourcePackets.empty()) {
-        decision.reencodeReason = "keine Videopakete";
+    if (!widening.ranges) {
+        decision.reencodeReason = widening.failure;
         return decision;
     }
-    if (!ranges) {
-        decision.reencodeReason = "kein geschlossener GOP vor einem Segment";
-        return decision;
-    }
-    decision.ranges = *ranges;
-    decision.extraSeconds = totalLength(*ranges) - totalLength(plan.segments);
+    decision.ranges = *widening.ranges;
+    decision.extraSeconds = totalLength(decision.ranges) - totalLength(plan.segments);
     return decision;
 }
 
@@ -405,7 +449,7 @@ std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
                                        "-copyts",
                                        "-start_at_zero",
                                        "-ss",
-                                       seekSeconds(ranges.front().start, Rounding::down),
+                                       secondsRoundedDown(ranges.front().start),
                                        "-t",
                                        preciseSeconds(ranges.back().end - ranges.front().start + 1),
                                        "-i",
@@ -475,7 +519,7 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
             copyAndJoin(copy, plan, groups, output, context, progress);
         }
         requireSourcePackets(output, packetsAsCopied(copy.packets, ranges), probeSetupOf(context));
-        requireCleanJoins(output, rangeStarts(ranges), context);
+        requireCleanJoins(output, ranges, probeSetupOf(context));
         return {ranges, std::vector<Rational>(ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {
         throw;

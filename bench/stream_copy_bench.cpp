@@ -1,5 +1,6 @@
-// Lossless trimming against the two things it replaces: plain cp of the bytes it writes, and the default
-// libx265 re-encode of the same segments, on one 1080p H.264 long-GOP file made by ffmpeg.
+// Lossless trimming against the two things it replaces, side by side in one run: the default libx265
+// re-encode of the same segments (on half a minute of 1080p H.264, where libx265 still finishes), and plain
+// cp of the bytes it writes (on ten minutes of it, the volume of a camera original).
 #include "archive/media/encoder_profile.h"
 #include "archive/media/stream_copy_cut.h"
 #include "archive/media/tool_runner.h"
@@ -25,51 +26,64 @@ const fs::path& workFolder() {
 
 using tidyreel::bench::shell;
 
-// Half a minute of 1080p25 H.264 with B-frames and a keyframe every two seconds, with PCM sound.
-const fs::path& longGOPFile() {
-    static const fs::path file = [] {
-        const fs::path path = workFolder() / "camera.mov";
-        if (!fs::exists(path)) {
-            shell(
-                "ffmpeg -nostdin -v error -y -f lavfi -i testsrc2=size=1920x1080:rate=25:duration=60 -f "
-                "lavfi "
-                "-i sine=duration=30 -c:v libx264 -preset ultrafast -bf 2 -g " +
-                std::to_string(kGOPFrames) + " -b:v 20M -pix_fmt yuv420p -c:a pcm_s16le '" + path.string() +
-                "'");
-        }
-        return path;
-    }();
-    return file;
+// 1080p25 H.264 with two B-frames and a keyframe every two seconds, with PCM sound: ten seconds are
+// encoded, then repeated by stream copy to `seconds` (a camera's bit rate at the cost of a copy).
+fs::path longGOPFile(int seconds) {
+    const fs::path path = workFolder() / ("camera_" + std::to_string(seconds) + "s.mov");
+    if (!fs::exists(path)) {
+        const fs::path piece = workFolder() / "piece.mov";
+        shell(
+            "ffmpeg -nostdin -v error -y -f lavfi -i testsrc2=size=1920x1080:rate=25:duration=10 -f lavfi "
+            "-i sine=duration=10 -c:v libx264 -preset ultrafast -bf 2 -g " +
+            std::to_string(kGOPFrames) + " -b:v 32M -pix_fmt yuv420p -c:a pcm_s16le '" + piece.string() +
+            "'");
+        shell("ffmpeg -nostdin -v error -y -stream_loop " + std::to_string(seconds / 10 - 1) + " -i '" +
+              piece.string() + "' -c copy '" + path.string() + "'");
+    }
+    return path;
 }
 
-// Three uses spread over the half minute, none on a keyframe: 10 s kept.
-tidyreel::TrimPlan benchPlan() {
+// Uses spread over the file, none on a keyframe: three of 4 + 3 + 3 s in half a minute; on ten minutes
+// four clips of 65 s with 10 s of handles, as an interview's selects.
+tidyreel::TrimPlan benchPlan(int seconds) {
     tidyreel::TrimPlan plan;
     plan.assetID = "bench";
-    plan.originalPath = longGOPFile().string();
-    plan.duration = 30;
+    plan.originalPath = longGOPFile(seconds).string();
+    plan.duration = seconds;
     plan.hasAudio = true;
-    plan.segments = {{tidyreel::Rational(83, 25), tidyreel::Rational(183, 25)},
-                     {tidyreel::Rational(328, 25), tidyreel::Rational(403, 25)},
-                     {tidyreel::Rational(558, 25), tidyreel::Rational(633, 25)}};
+    if (seconds == 30) {
+        plan.segments = {{tidyreel::Rational(83, 25), tidyreel::Rational(183, 25)},
+                         {tidyreel::Rational(328, 25), tidyreel::Rational(403, 25)},
+                         {tidyreel::Rational(558, 25), tidyreel::Rational(633, 25)}};
+    } else {
+        for (int clip = 0; clip < 4; ++clip) {
+            const tidyreel::Rational start = tidyreel::Rational(253 + clip * 3750, 25);
+            plan.segments.push_back({start, start + 85});
+        }
+    }
     plan.originalSegments = plan.segments;
     plan.frameDuration = kFrame;
     return plan;
 }
 
-const fs::path kCopyOutput = workFolder() / "copy.mov";
+fs::path copyOutput(int seconds) {
+    return workFolder() / ("copy_" + std::to_string(seconds) + "s.mov");
+}
 
 void streamCopyCut(benchmark::State& state) {
+    const int seconds = static_cast<int>(state.range(0));
     tidyreel::ArchiveExportContext context;
-    const tidyreel::TrimPlan plan = benchPlan();
+    const tidyreel::TrimPlan plan = benchPlan(seconds);
+    const fs::path output = copyOutput(seconds);
     for (auto _ : state) {
-        fs::remove(kCopyOutput);
-        benchmark::DoNotOptimize(tidyreel::cutByStreamCopy(plan, longGOPFile(), kCopyOutput, context, {}));
+        fs::remove(output);
+        benchmark::DoNotOptimize(tidyreel::cutByStreamCopy(plan, longGOPFile(seconds), output, context, {}));
+        shell("sync");
     }
-    const double written = static_cast<double>(fs::file_size(kCopyOutput));
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * fs::file_size(kCopyOutput)));
+    const double written = static_cast<double>(fs::file_size(output));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(written));
     // The size the archive may reach: the kept seconds plus one GOP per segment, at the source's rate.
-    const double bytesPerSecond = static_cast<double>(fs::file_size(longGOPFile())) / 30.0;
+    const double bytesPerSecond = static_cast<double>(fs::file_size(longGOPFile(seconds))) / seconds;
     const double keptSeconds = tidyreel::totalLength(plan.segments).doubleValue();
     const double gopSeconds = (kFrame * kGOPFrames).doubleValue();
     state.counters["written_MB"] = written / 1e6;
@@ -77,34 +91,38 @@ void streamCopyCut(benchmark::State& state) {
         (keptSeconds + gopSeconds * static_cast<double>(plan.segments.size())) * bytesPerSecond / 1e6;
 }
 
+// cp of the file the stream copy wrote, made durable like it (sync) for a fair comparison.
 void plainCpOfTheWrittenBytes(benchmark::State& state) {
+    const fs::path written = copyOutput(static_cast<int>(state.range(0)));
     const fs::path target = workFolder() / "cp.mov";
     for (auto _ : state) {
         fs::remove(target);
-        shell("cp '" + kCopyOutput.string() + "' '" + target.string() + "'");
+        shell("cp '" + written.string() + "' '" + target.string() + "' && sync");
     }
-    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * fs::file_size(kCopyOutput)));
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(fs::file_size(written)));
 }
 
 void libx265Cut(benchmark::State& state) {
     tidyreel::ExportContext context;
-    const tidyreel::TrimPlan plan = benchPlan();
+    const int seconds = static_cast<int>(state.range(0));
+    const tidyreel::TrimPlan plan = benchPlan(seconds);
     for (auto _ : state) {
         // As a trim does: each segment read from the keyframe its first frame decodes from.
         std::vector<tidyreel::SegmentCut> cuts;
         for (const tidyreel::HalfOpenRange& segment : plan.segments) {
-            cuts.push_back({segment, tidyreel::decodeStart(longGOPFile(), {}, segment.start)});
+            cuts.push_back({segment, tidyreel::decodeStart(longGOPFile(seconds), {}, segment.start)});
         }
         tidyreel::runFFmpeg(
-            tidyreel::x265Arguments(longGOPFile(), workFolder() / "x265.mov", cuts, kFrame, true), "Trim",
-            std::nullopt, context);
+            tidyreel::x265Arguments(longGOPFile(seconds), workFolder() / "x265.mov", cuts, kFrame, true),
+            "Trim", std::nullopt, context);
     }
 }
 
 // Tool processes run outside this process: wall-clock time is what counts.
-BENCHMARK(streamCopyCut)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(plainCpOfTheWrittenBytes)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
-BENCHMARK(libx265Cut)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+BENCHMARK(streamCopyCut)->Arg(30)->Arg(600)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(plainCpOfTheWrittenBytes)->Arg(600)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(libx265Cut)->Arg(30)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 }  // namespace
 

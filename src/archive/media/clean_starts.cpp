@@ -24,7 +24,7 @@ bool decodesCleanly(const std::filesystem::path& file, const std::vector<Rationa
     request.arguments = {"-nostdin", "-v", "error"};
     for (const Rational start : starts) {
         request.arguments.insert(request.arguments.end(),
-                                 {"-ss", secondsRoundedUp(start), "-t", "1", "-i", file.string()});
+                                 {"-ss", secondsRoundedUp(start), "-t", "0.25", "-i", file.string()});
     }
     for (std::size_t i = 0; i < starts.size(); ++i) {
         request.arguments.insert(request.arguments.end(), {"-map", fmt::format("{}:v:0", i)});

@@ -66,7 +66,7 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
 // How far around each segment the source's packets are read first: longer than camera GOPs, so that the
 // keyframes a segment widens to lie inside; a second past a widened end shows whether its keyframe has
 // leading pictures.
-const Rational kPacketMargin(10);
+const Rational kPacketMargin(6);
 const Rational kBeyondEnd(1);
 
 // The stretches of the source whose packets decide the widening: each segment with a margin, merged.

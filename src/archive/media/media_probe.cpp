@@ -77,7 +77,7 @@ Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup&
 
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) {
     try {
-        return !audioCodecNames(file, setup).empty();
+        return !probeStreamCodecs(file, setup).audio.empty();
     } catch (const RunCancelled&) {
         throw;
     } catch (const Error&) {
@@ -85,14 +85,23 @@ bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup) 
     }
 }
 
-std::vector<std::string> audioCodecNames(const std::filesystem::path& file, const ProbeSetup& setup) {
+StreamCodecs probeStreamCodecs(const std::filesystem::path& file, const ProbeSetup& setup) {
     const nlohmann::json document =
-        parsedProbeObject(runProbe(probeArguments("stream=codec_name", file, "a"), setup));
-    std::vector<std::string> codecs;
+        parsedProbeObject(runProbe({"-v", "error", "-show_entries", "stream=codec_type,codec_name", "-of",
+                                    "json", std::filesystem::absolute(file).string()},
+                                   setup));
+    StreamCodecs codecs;
     const auto streams = document.find("streams");
-    if (streams != document.end() && streams->is_array()) {
-        for (const nlohmann::json& stream : *streams) {
-            codecs.push_back(stream.is_object() ? probeText(stream, "codec_name", "unknown") : "unknown");
+    if (streams == document.end() || !streams->is_array()) {
+        return codecs;
+    }
+    for (const nlohmann::json& stream : *streams) {
+        const std::string type = stream.is_object() ? probeText(stream, "codec_type", "") : "";
+        const std::string codec = stream.is_object() ? probeText(stream, "codec_name", "unknown") : "unknown";
+        if (type == "audio") {
+            codecs.audio.push_back(codec);
+        } else if (type == "video" && codecs.video.empty()) {
+            codecs.video = codec;
         }
     }
     return codecs;

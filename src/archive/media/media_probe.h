@@ -60,9 +60,14 @@ Rational probeDuration(const std::filesystem::path& file, const ProbeSetup& setu
 Rational probeSoundDuration(const std::filesystem::path& file, const ProbeSetup& setup);
 /// Whether the file has an audio stream; false when ffprobe cannot tell (a stop request still throws).
 bool hasAudioStream(const std::filesystem::path& file, const ProbeSetup& setup);
-/// The codecs of the file's audio streams in order ("pcm_s24le", "aac"); empty without audio; throws
-/// `ProbeError`.
-std::vector<std::string> audioCodecNames(const std::filesystem::path& file, const ProbeSetup& setup);
+/// The codecs of a file's streams, read in one probe.
+struct StreamCodecs {
+    std::string video;               ///< the first video stream's ("h264"); empty without one
+    std::vector<std::string> audio;  ///< the audio streams' in order ("pcm_s24le", "aac")
+};
+
+/// The codecs of the file's first video stream and of all its audio streams; throws `ProbeError`.
+StreamCodecs probeStreamCodecs(const std::filesystem::path& file, const ProbeSetup& setup);
 
 /// The nine arguments of the codec probe.
 std::vector<std::string> codecProbeArguments(const std::filesystem::path& file);

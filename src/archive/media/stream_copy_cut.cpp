@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <future>
 
 namespace tidyreel {
 namespace {
@@ -30,6 +31,17 @@ bool isCopyableCodec(const std::string& codec) {
     static constexpr std::array<std::string_view, 8> copyable{"prores", "dnxhd", "mjpeg", "png",
                                                               "tiff",   "h264",  "hevc",  "mpeg2video"};
     return std::find(copyable.begin(), copyable.end(), codec) != copyable.end();
+}
+
+// Why a source whose first video stream has this codec cannot be cut by stream copy.
+std::optional<std::string> obstacle(const TrimPlan& plan, const std::string& videoCodec) {
+    if (!plan.frameDuration) {
+        return "kein festes Frame-Raster";
+    }
+    if (!isCopyableCodec(videoCodec)) {
+        return "Codec " + videoCodec + " nicht kopierbar";
+    }
+    return std::nullopt;
 }
 
 // Seconds with nine decimals: finer than any time base a camera writes, so a threshold half a frame away
@@ -404,14 +416,21 @@ StreamCopyUnsuitable::StreamCopyUnsuitable(const std::string& reason)
     : Error(StreamCopyError::domain, StreamCopyError::unsuitable, reason) {}
 
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe) {
+    // Only the stretches around the segments are read first: camera originals are long, and reading a
+    // whole one would cost as much as copying it. The whole file only when those do not settle it. The
+    // codecs are probed meanwhile.
+    auto windowed = std::async(std::launch::async, [&] {
+        return probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
+    });
+    const FFProbe::StreamCodecs codecs = FFProbe::probeStreamCodecs(plan.originalPath, probe);
     StreamCopyDecision decision;
-    decision.reencodeReason = streamCopyObstacle(plan, probe);
+    decision.sourcePackets = windowed.get();
+    decision.audioCodecs = codecs.audio;
+    decision.reencodeReason = obstacle(plan, codecs.video);
     if (decision.reencodeReason) {
+        decision.sourcePackets.clear();
         return decision;
     }
-    // Only the stretches around the segments are read first: camera originals are long, and reading a
-    // whole one would cost as much as copying it. The whole file only when those do not settle it.
-    decision.sourcePackets = probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
     Widening widening = cleanlyWidened(plan, decision.sourcePackets, probe);
     if (!widening.ranges ||
         !showsEveryPicture(decision.sourcePackets, *widening.ranges, *plan.frameDuration)) {
@@ -428,14 +447,7 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
 }
 
 std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe) {
-    if (!plan.frameDuration) {
-        return "kein festes Frame-Raster";
-    }
-    const std::string codec = FFProbe::probeCodec(plan.originalPath, probe).codecName;
-    if (!isCopyableCodec(codec)) {
-        return "Codec " + codec + " nicht kopierbar";
-    }
-    return std::nullopt;
+    return obstacle(plan, FFProbe::probeStreamCodecs(plan.originalPath, probe).video);
 }
 
 std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
@@ -507,7 +519,7 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
         }
         logWidening(decision, context);
         const CopySource copy{source, std::move(decision.sourcePackets), *plan.frameDuration / 2,
-                              FFProbe::audioCodecNames(source, probeSetupOf(context))};
+                              std::move(decision.audioCodecs)};
         const std::vector<HalfOpenRange>& ranges = decision.ranges;
         const std::vector<std::vector<HalfOpenRange>> groups = readThroughGroups(ranges);
         if (groups.size() == 1) {
@@ -518,8 +530,11 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
         } else {
             copyAndJoin(copy, plan, groups, output, context, progress);
         }
+        // Both read the written file; they run side by side.
+        auto joins =
+            std::async(std::launch::async, [&] { requireCleanJoins(output, ranges, probeSetupOf(context)); });
         requireSourcePackets(output, packetsAsCopied(copy.packets, ranges), probeSetupOf(context));
-        requireCleanJoins(output, ranges, probeSetupOf(context));
+        joins.get();
         return {ranges, std::vector<Rational>(ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {
         throw;

@@ -35,6 +35,7 @@ struct StreamCopyDecision {
     Rational extraSeconds;                      ///< how much longer they are than the planned segments
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets the ranges were chosen from
+    std::vector<std::string> audioCodecs;       ///< the source's sound streams, each cut with the pictures
 };
 
 /// Decides the stream copy of the plan's source: its codec, then its packets around the segments (the whole

@@ -337,6 +337,16 @@ void logWidening(const StreamCopyDecision& decision, const ExportContext& contex
                                                 shortestDecimal(decision.extraSeconds.doubleValue())));
 }
 
+// Less room than this left on a disk counts as full: ffmpeg stops when a write no longer fits.
+const std::uintmax_t kNoRoom = 4 * 1024 * 1024;
+
+// Whether the disk that holds `file` has (next to) no room left: a copy that failed there failed for that.
+bool noRoomLeftBeside(const std::filesystem::path& file) {
+    std::error_code status;
+    const std::filesystem::space_info space = std::filesystem::space(file.parent_path(), status);
+    return !status && space.available < kNoRoom;
+}
+
 struct CopySource {
     std::filesystem::path file;
     std::vector<VideoPacket> packets;
@@ -541,8 +551,12 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
     } catch (const StreamCopyUnsuitable&) {
         throw;
     } catch (const Error& error) {
+        const bool diskFull = noRoomLeftBeside(output);
         std::error_code ignored;
         std::filesystem::remove(output, ignored);
+        if (diskFull) {
+            throw;  // a re-encode would only fill the disk again, after much longer
+        }
         throw StreamCopyUnsuitable(error.what());
     }
 }

@@ -7,13 +7,11 @@
 #include "base/error_codes.h"
 #include "base/file_names.h"
 #include "platform/file_write.h"
-#include "platform/process_runner.h"
 #include "time/decimal_text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <future>
 
@@ -25,25 +23,6 @@ namespace {
 const std::vector<std::string> kFirstPictureAtZero{"-movflags", "+negative_cts_offsets", "-use_editlist",
                                                    "0"};
 
-// Codecs whose packets stand on their own once cut at a keyframe: the intra-frame ones, where every
-// picture is a keyframe, and the long-GOP ones a widened cut can copy.
-bool isCopyableCodec(const std::string& codec) {
-    static constexpr std::array<std::string_view, 8> copyable{"prores", "dnxhd", "mjpeg", "png",
-                                                              "tiff",   "h264",  "hevc",  "mpeg2video"};
-    return std::find(copyable.begin(), copyable.end(), codec) != copyable.end();
-}
-
-// Why a source whose first video stream has this codec cannot be cut by stream copy.
-std::optional<std::string> obstacle(const TrimPlan& plan, const std::string& videoCodec) {
-    if (!plan.frameDuration) {
-        return "kein festes Frame-Raster";
-    }
-    if (!isCopyableCodec(videoCodec)) {
-        return "Codec " + videoCodec + " nicht kopierbar";
-    }
-    return std::nullopt;
-}
-
 // Seconds with nine decimals: finer than any time base a camera writes, so a threshold half a frame away
 // from a picture never lands on one.
 std::string preciseSeconds(Rational seconds) {
@@ -54,145 +33,6 @@ std::string preciseSeconds(Rational seconds) {
 std::string secondsRoundedDown(Rational seconds) {
     const std::int64_t micros = static_cast<std::int64_t>(std::floor((seconds * 1000000).doubleValue()));
     return fmt::format("{}.{:06}", micros / 1000000, micros % 1000000);
-}
-
-// Where the last picture stops showing.
-Rational shownEndOf(const std::vector<VideoPacket>& packets) {
-    Rational end;
-    for (const VideoPacket& packet : packets) {
-        end = std::max(end, packet.time + packet.duration);
-    }
-    return end;
-}
-
-std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
-    std::vector<Rational> times;
-    for (const VideoPacket& packet : packets) {
-        if (packet.keyframe) {
-            times.push_back(packet.time);
-        }
-    }
-    return times;
-}
-
-// How far around each segment the source's packets are read first: longer than camera GOPs, so that the
-// keyframes a segment widens to lie inside; a second past a widened end shows whether its keyframe has
-// leading pictures.
-const Rational kPacketMargin(6);
-const Rational kBeyondEnd(1);
-
-// The stretches of the source whose packets decide the widening: each segment with a margin, merged.
-std::vector<PacketWindow> packetWindows(const std::vector<HalfOpenRange>& segments) {
-    std::vector<PacketWindow> windows;
-    for (const HalfOpenRange& segment : segments) {
-        const Rational from = std::max(segment.start - kPacketMargin, Rational::zero());
-        const Rational to = segment.end + kPacketMargin;
-        if (!windows.empty() && from <= windows.back().to) {
-            windows.back().to = std::max(windows.back().to, to);
-        } else {
-            windows.push_back({from, to});
-        }
-    }
-    return windows;
-}
-
-// Whether `packets` show every picture of each range and a second beyond it, without a hole: then the
-// widening chose from keyframes it saw all of, and each range's pictures are known.
-bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
-                       Rational frame) {
-    const Rational largestStep = frame * Rational(3, 2);
-    for (const HalfOpenRange& range : ranges) {
-        std::optional<Rational> previous;
-        for (const VideoPacket& packet : packets) {
-            if (packet.time < range.start || packet.time > range.end + kBeyondEnd) {
-                continue;
-            }
-            if (previous ? packet.time - *previous > largestStep : packet.time != range.start) {
-                return false;
-            }
-            previous = packet.time;
-        }
-        if (!previous || *previous + largestStep < range.end + kBeyondEnd) {
-            return false;
-        }
-    }
-    return true;
-}
-
-std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
-                                                  const std::vector<VideoPacket>& packets) {
-    const std::vector<Rational> open = openKeyframeTimes(packets);
-    return widenToKeyframes(
-        segments, keyframeTimes(packets),
-        [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
-        shownEndOf(packets));
-}
-
-// How many closed keyframes before a range are tried as its start when decoding from its own keyframe
-// complains, before the file's start is tried.
-const std::size_t kStartCandidates = 8;
-
-// The closed keyframes before `start`, nearest first and at most `kStartCandidates`, then the file's
-// start (which packets read around the segments may not reach), where decoding always can begin.
-std::vector<Rational> earlierStarts(const std::vector<VideoPacket>& packets, Rational start) {
-    const std::vector<Rational> open = openKeyframeTimes(packets);
-    std::vector<Rational> candidates;
-    for (const Rational keyframe : keyframeTimes(packets)) {
-        if (keyframe < start && keyframe > Rational::zero() &&
-            !std::binary_search(open.begin(), open.end(), keyframe)) {
-            candidates.insert(candidates.begin(), keyframe);
-        }
-    }
-    candidates.resize(std::min(candidates.size(), kStartCandidates));
-    candidates.push_back(Rational::zero());
-    return candidates;
-}
-
-// Moves each range's start back until decoding from it does not complain. A keyframe without leading
-// pictures can still be no clean start: after an H.264 I picture that is no IDR (x264's open GOPs) the
-// decoder expects the pictures before it, and played on from another range it mixes up their order. The
-// ranges that come to overlap are merged; false when a range finds no clean start.
-bool startCleanly(const std::filesystem::path& source, const std::vector<VideoPacket>& packets,
-                  std::vector<HalfOpenRange>& ranges, const ProbeSetup& probe) {
-    std::vector<Rational> starts;
-    for (const HalfOpenRange& range : ranges) {
-        starts.push_back(range.start);
-    }
-    for (const std::size_t index : startsThatComplain(source, starts, probe)) {
-        const std::vector<Rational> candidates = earlierStarts(packets, ranges[index].start);
-        const auto clean = std::find_if(candidates.begin(), candidates.end(), [&](Rational candidate) {
-            return startsThatComplain(source, {candidate}, probe).empty();
-        });
-        if (clean == candidates.end()) {
-            return false;
-        }
-        ranges[index].start = *clean;
-    }
-    ranges = IntervalMerger::merge(ranges, ranges.back().end, Rational::zero(), Rational::zero(),
-                                   Rational::zero());
-    return true;
-}
-
-struct Widening {
-    std::optional<std::vector<HalfOpenRange>> ranges;
-    std::string failure;  ///< why there are none
-};
-
-// The plan's segments widened to closed keyframes, and further back where decoding could not begin
-// cleanly.
-Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& packets,
-                        const ProbeSetup& probe) {
-    if (packets.empty()) {
-        return {std::nullopt, "keine Videopakete"};
-    }
-    Widening widening{widened(plan.segments, packets), ""};
-    if (!widening.ranges) {
-        return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
-    }
-    if (!startCleanly(plan.originalPath, packets, *widening.ranges, probe)) {
-        return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
-    }
-    return widening;
 }
 
 // Ranges a single ffmpeg run copies, reading through the gaps between them: a gap is read through when it
@@ -424,41 +264,6 @@ void copyAndJoin(const CopySource& copy, const TrimPlan& plan,
 
 StreamCopyUnsuitable::StreamCopyUnsuitable(const std::string& reason)
     : Error(StreamCopyError::domain, StreamCopyError::unsuitable, reason) {}
-
-StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe) {
-    // Only the stretches around the segments are read first: camera originals are long, and reading a
-    // whole one would cost as much as copying it. The whole file only when those do not settle it. The
-    // codecs are probed meanwhile.
-    auto windowed = std::async(std::launch::async, [&] {
-        return probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
-    });
-    const FFProbe::StreamCodecs codecs = FFProbe::probeStreamCodecs(plan.originalPath, probe);
-    StreamCopyDecision decision;
-    decision.sourcePackets = windowed.get();
-    decision.audioCodecs = codecs.audio;
-    decision.reencodeReason = obstacle(plan, codecs.video);
-    if (decision.reencodeReason) {
-        decision.sourcePackets.clear();
-        return decision;
-    }
-    Widening widening = cleanlyWidened(plan, decision.sourcePackets, probe);
-    if (!widening.ranges ||
-        !showsEveryPicture(decision.sourcePackets, *widening.ranges, *plan.frameDuration)) {
-        decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
-        widening = cleanlyWidened(plan, decision.sourcePackets, probe);
-    }
-    if (!widening.ranges) {
-        decision.reencodeReason = widening.failure;
-        return decision;
-    }
-    decision.ranges = *widening.ranges;
-    decision.extraSeconds = totalLength(decision.ranges) - totalLength(plan.segments);
-    return decision;
-}
-
-std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe) {
-    return obstacle(plan, FFProbe::probeStreamCodecs(plan.originalPath, probe).video);
-}
 
 std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
                                             const std::filesystem::path& output,

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "archive/media/media_probe.h"
+#include "archive/media/video_packets.h"
+#include "archive/planning/segment_planning.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tidyreel {
+
+/// Whether and how the plan's source can be cut by stream copy, decided without cutting anything.
+struct StreamCopyDecision {
+    std::vector<HalfOpenRange> ranges;          ///< the kept ranges widened to closed keyframes, in order
+    Rational extraSeconds;                      ///< how much longer they are than the planned segments
+    std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
+    std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets the ranges were chosen from
+    std::vector<std::string> audioCodecs;       ///< the source's sound streams, each cut with the pictures
+};
+
+/// Decides the stream copy of the plan's source: its codec, then its packets around the segments (the whole
+/// file's when those do not show every picture of the widened ranges), from which the keyframes and their
+/// closedness (leading pictures in decoding order) are read; each segment widens outward over open
+/// keyframes to closed ones (the file's end at worst), and its start further back while decoding from it
+/// complains (the file's start at worst). Throws `ProbeError`, `RunCancelled`.
+StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe);
+
+/// Why the plan's source cannot be cut by stream copy (no frame grid, a codec whose packets a cut cannot
+/// copy); no value when it can. Probes the source's codec; throws `ProbeError`.
+std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe);
+
+}  // namespace tidyreel

@@ -17,6 +17,7 @@
 #include <array>
 #include <cmath>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 
@@ -75,66 +76,69 @@ Rational oneSecondOfFrames(const FlashPattern& pattern) {
     return Rational(std::lround(1 / pattern.frame.doubleValue())) * pattern.frame;
 }
 
-std::string projectText(const std::filesystem::path& folder) {
-    std::string resources, clips;
-    Rational offset;
-    for (const SyncMedia& media : syncMedia()) {
-        resources += fmt::format(
-            R"(<format id="f{0}" frameDuration="{1}" width="320" height="180"/>)"
-            R"(<asset id="{0}" start="0s" duration="{2}s" hasVideo="1" hasAudio="1" format="f{0}" )"
-            R"(audioSources="{3}" audioChannels="1" audioRate="48000">)"
-            R"(<media-rep kind="original-media" src="{4}"/></asset>)",
-            media.id, media.pattern.frame.toFCPXML(), kSeconds, media.clickDelays.size(),
-            MediaPath::url((folder / media.file).string()));
-        for (std::size_t clip = 0; clip < kClipStarts.size(); ++clip) {
-            const Rational start = frameStartAtOrAfter(kClipStarts[clip], media.pattern.frame);
-            clips += fmt::format(R"(<asset-clip ref="{}" name="{}" offset="{}" start="{}" duration="{}"/>)",
-                                 media.id, clipName(media, clip), offset.toFCPXML(), start.toFCPXML(),
-                                 oneSecondOfFrames(media.pattern).toFCPXML());
-            offset = offset + 2;
-        }
+// Three one-second clips of the medium on a 25 fps timeline.
+std::string projectText(const SyncMedia& media, const std::filesystem::path& folder) {
+    std::string clips;
+    for (std::size_t clip = 0; clip < kClipStarts.size(); ++clip) {
+        const Rational start = frameStartAtOrAfter(kClipStarts[clip], media.pattern.frame);
+        clips += fmt::format(R"(<asset-clip ref="{}" name="{}" offset="{}s" start="{}" duration="{}"/>)",
+                             media.id, clipName(media, clip), 2 * clip, start.toFCPXML(),
+                             oneSecondOfFrames(media.pattern).toFCPXML());
     }
-    return std::string(
-               R"(<?xml version="1.0" encoding="UTF-8"?><!DOCTYPE fcpxml><fcpxml version="1.11"><resources>)") +
-           R"(<format id="f25" frameDuration="1/25s" width="320" height="180"/>)" + resources +
-           R"(</resources><library><event name="Dreh"><project name="Takt"><sequence format="f25"><spine>)" +
-           clips + "</spine></sequence></project></event></library></fcpxml>";
+    return fmt::format(
+        R"(<?xml version="1.0" encoding="UTF-8"?><!DOCTYPE fcpxml><fcpxml version="1.11"><resources>)"
+        R"(<format id="f25" frameDuration="1/25s" width="320" height="180"/>)"
+        R"(<format id="f{0}" frameDuration="{1}" width="320" height="180"/>)"
+        R"(<asset id="{0}" start="0s" duration="{2}s" hasVideo="1" hasAudio="1" format="f{0}" )"
+        R"(audioSources="{3}" audioChannels="1" audioRate="48000">)"
+        R"(<media-rep kind="original-media" src="{4}"/></asset></resources>)"
+        R"(<library><event name="Dreh"><project name="Takt"><sequence format="f25"><spine>{5})"
+        R"(</spine></sequence></project></event></library></fcpxml>)",
+        media.id, media.pattern.frame.toFCPXML(), kSeconds, media.clickDelays.size(),
+        MediaPath::url((folder / media.file).string()), clips);
 }
 
-// All media archived in one run, shared by every case.
-struct SyncArchive {
+// One medium's source and, once a case asks for it, its archive; made once per test process, so that a
+// case run on its own (as ctest runs them) makes only what it needs.
+struct SyncFiles {
     IsolatedUserFolders user;
     TempFolder folder;
-    CommandResult result;
+    std::optional<CommandResult> result;
     std::shared_ptr<XmlDocument> original;
     std::shared_ptr<XmlDocument> archived;
 
     std::filesystem::path bundle() const { return folder / "Ausgabe" / "archiv_Takt.fcpxmld"; }
 };
 
-const SyncArchive& syncArchive() {
-    static const std::unique_ptr<SyncArchive> archive = [] {
-        auto made = std::make_unique<SyncArchive>();
-        for (const SyncMedia& media : syncMedia()) {
-            makeFlashClickVideo(made->folder / media.file, kSeconds, media.pattern, media.clickDelays,
-                                media.arguments);
-        }
-        const std::filesystem::path project = made->folder / "Takt.fcpxml";
-        writeTextFile(project, projectText(made->folder.path()));
-        made->result =
-            runTidyreel({"archive", project.string(), "-o", (made->folder / "Ausgabe").string(), "--encoder",
-                         "copy", "--buffer", "5", "--min-segment", "1", "--lang", "de"},
-                        made->user);
-        made->original = XmlDocument::load(project);
-        if (made->result.exitStatus == 0) {
-            made->archived = XmlDocument::load(made->bundle() / "Info.fcpxml");
-        }
-        return made;
-    }();
-    return *archive;
+SyncFiles& sourceFiles(const SyncMedia& media) {
+    static std::map<std::string, std::unique_ptr<SyncFiles>> made;
+    std::unique_ptr<SyncFiles>& files = made[media.id];
+    if (!files) {
+        files = std::make_unique<SyncFiles>();
+        makeFlashClickVideo(files->folder / media.file, kSeconds, media.pattern, media.clickDelays,
+                            media.arguments);
+    }
+    return *files;
 }
 
-std::filesystem::path archivedFile(const SyncArchive& archive, const SyncMedia& media) {
+const SyncFiles& archivedFiles(const SyncMedia& media) {
+    SyncFiles& files = sourceFiles(media);
+    if (!files.result) {
+        const std::filesystem::path project = files.folder / "Takt.fcpxml";
+        writeTextFile(project, projectText(media, files.folder.path()));
+        files.result =
+            runTidyreel({"archive", project.string(), "-o", (files.folder / "Ausgabe").string(), "--encoder",
+                         "copy", "--buffer", "5", "--min-segment", "1", "--lang", "de"},
+                        files.user);
+        files.original = XmlDocument::load(project);
+        if (files.result->exitStatus == 0) {
+            files.archived = XmlDocument::load(files.bundle() / "Info.fcpxml");
+        }
+    }
+    return files;
+}
+
+std::filesystem::path archivedFile(const SyncFiles& archive, const SyncMedia& media) {
     const std::string src =
         archive.archived->first("//asset[@id='" + media.id + "']/media-rep").attribute("src").value_or("");
     return archive.bundle() / src.substr(2);
@@ -166,7 +170,7 @@ void PrintTo(const SyncMedia& media, std::ostream* stream) {
 
 class StreamCopySync : public ::testing::TestWithParam<SyncMedia> {
 protected:
-    std::filesystem::path source() const { return syncArchive().folder / GetParam().file; }
+    std::filesystem::path source() const { return sourceFiles(GetParam()).folder / GetParam().file; }
 };
 
 // The measurement itself, on the source: every flash where the pattern puts it and never on a keyframe,
@@ -226,7 +230,7 @@ HalfOpenRange keptAround(Rational clipStart, Rational clipLength, const std::vec
 }
 
 // The pieces the archived file is joined from, in order, one per clip.
-std::vector<Segment> archivedSegments(const SyncArchive& archive, const SyncMedia& media,
+std::vector<Segment> archivedSegments(const SyncFiles& archive, const SyncMedia& media,
                                       const std::filesystem::path& source, Rational sourceEnd) {
     const std::vector<VideoPacket> packets = probeVideoPackets(source, {});
     std::vector<Segment> segments;
@@ -309,9 +313,10 @@ std::vector<SegmentClicks> measureClicks(const MappedFlashes& flashes, std::size
 // click of every stream sounds inside its flash's frame at the offset it had in the source, in every
 // segment (each line printed gives the figures).
 TEST_P(StreamCopySync, EveryClickKeepsItsFlashOffsetAcrossTheJoins) {
-    const SyncArchive& archive = syncArchive();
-    ASSERT_EQ(archive.result.exitStatus, 0) << archive.result.standardOutput << archive.result.standardError;
     const SyncMedia& media = GetParam();
+    const SyncFiles& archive = archivedFiles(media);
+    ASSERT_EQ(archive.result->exitStatus, 0)
+        << archive.result->standardOutput << archive.result->standardError;
     const std::filesystem::path file = archivedFile(archive, media);
     const ShownPictures sourcePictures = decodePictures(source());
     const ShownPictures pictures = decodePictures(file);
@@ -352,9 +357,10 @@ TEST_P(StreamCopySync, EveryClickKeepsItsFlashOffsetAcrossTheJoins) {
 
 // The archive keeps every sound stream of the source, each as long as the picture, give or take a frame.
 TEST_P(StreamCopySync, EverySoundStreamIsKeptAsLongAsThePicture) {
-    const SyncArchive& archive = syncArchive();
-    ASSERT_EQ(archive.result.exitStatus, 0) << archive.result.standardOutput << archive.result.standardError;
     const SyncMedia& media = GetParam();
+    const SyncFiles& archive = archivedFiles(media);
+    ASSERT_EQ(archive.result->exitStatus, 0)
+        << archive.result->standardOutput << archive.result->standardError;
     const std::filesystem::path file = archivedFile(archive, media);
     const ShownPictures pictures = decodePictures(file);
     ASSERT_FALSE(pictures.starts.empty());

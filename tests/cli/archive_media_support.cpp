@@ -1,6 +1,7 @@
 #include "cli/archive_media_support.h"
 
 #include "archive/media/video_packets.h"
+#include "fcpxml/xml.h"
 #include "test_support.h"
 
 #include <gtest/gtest.h>
@@ -85,6 +86,15 @@ std::string frameMD5(const std::filesystem::path& file, long index) {
         hash.pop_back();
     }
     return hash;
+}
+
+Rational frameStartAtOrAfter(double seconds, Rational frame) {
+    return Rational(std::lround(std::ceil(seconds / frame.doubleValue()))) * frame;
+}
+
+Rational clipStart(const XmlDocument& document, const std::string& name) {
+    return *Rational::fromFCPXML(
+        document.first("//asset-clip[@name='" + name + "']").attribute("start").value_or(""));
 }
 
 std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry) {

@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace tidyreel {
+class XmlDocument;
+}
+
 namespace tidyreel::test {
 
 /// Runs a shell command line (test media tools only); true when it exits with 0.
@@ -37,6 +41,12 @@ long shownFrame(const std::filesystem::path& file, Rational time, Rational frame
 void expectSameFrame(const std::filesystem::path& source, Rational oldStart,
                      const std::filesystem::path& archived, Rational newStart, Rational origin,
                      Rational frame, const std::string& what);
+
+/// The start of the first frame of `frame` seconds at or after `seconds` (counted from zero).
+Rational frameStartAtOrAfter(double seconds, Rational frame);
+
+/// The `start` of the project's asset clip named `name`.
+Rational clipStart(const XmlDocument& document, const std::string& name);
 
 /// One ffprobe entry of the first video stream (for example "duration_ts", "codec_name", "tag:timecode").
 std::string videoStreamEntry(const std::filesystem::path& file, const std::string& entry);

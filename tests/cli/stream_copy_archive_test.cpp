@@ -62,7 +62,7 @@ const int kSeconds = 40;
 
 // The media time of the first frame at or after `seconds`.
 Rational frameAt(const CopyMedia& media, double seconds) {
-    return media.origin + Rational(std::lround(std::ceil(seconds / media.frame.doubleValue()))) * media.frame;
+    return media.origin + frameStartAtOrAfter(seconds, media.frame);
 }
 
 // Two clips per medium, far enough apart to stay two segments.
@@ -89,11 +89,6 @@ std::string projectText(const std::filesystem::path& folder) {
            R"(<format id="f25" frameDuration="1/25s" width="160" height="90"/>)" + formats + assets +
            R"(</resources><library><event name="Dreh"><project name="Kopie"><sequence format="f25"><spine>)" +
            clips + "</spine></sequence></project></event></library></fcpxml>";
-}
-
-Rational clipStart(const XmlDocument& document, const std::string& name) {
-    return *Rational::fromFCPXML(
-        document.first("//asset-clip[@name='" + name + "']").attribute("start").value_or(""));
 }
 
 TEST(StreamCopyArchive, EveryCutShowsTheSourcesOwnPicturesOnTheSameFrame) {

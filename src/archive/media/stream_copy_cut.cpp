@@ -5,7 +5,6 @@
 #include "archive/media/media_probe.h"
 #include "archive/media/segment_trimming.h"
 #include "base/error_codes.h"
-#include "base/file_names.h"
 #include "platform/file_write.h"
 #include "time/decimal_text.h"
 
@@ -116,6 +115,39 @@ bool isPCM(const std::string& codec) {
 // samples is left out at the start instead, and the priming takes their place.
 const int kAacPrimingSamples = 1024;
 
+// How a sound stream is written: PCM as the same PCM, its samples unchanged; other sound as AAC in the file
+// that is kept, but as float PCM in a piece joined later, so that it is encoded once, in the join: each
+// encoded piece would bring its own priming and padding into the joined sound, which would drift further
+// at every join.
+std::string soundCodec(const std::string& sourceCodec, PieceUse use) {
+    if (isPCM(sourceCodec)) {
+        return sourceCodec;
+    }
+    return use == PieceUse::wholeFile ? "aac" : "pcm_f32le";
+}
+
+// The end of a sound stream's filter chain, named "[a<stream>]".
+std::string soundChainEnd(std::size_t stream, const std::string& sourceCodec, PieceUse use) {
+    const std::string priming =
+        soundCodec(sourceCodec, use) == "aac"
+            ? fmt::format(",atrim=start_sample={},asetpts=PTS-STARTPTS", kAacPrimingSamples)
+            : "";
+    return fmt::format("{}[a{}]", priming, stream);
+}
+
+// Maps every filtered sound stream "[a<stream>]" with its codec.
+void appendSoundOutputs(std::vector<std::string>& arguments, const std::vector<std::string>& sourceCodecs,
+                        PieceUse use) {
+    for (std::size_t stream = 0; stream < sourceCodecs.size(); ++stream) {
+        const std::string codec = soundCodec(sourceCodecs[stream], use);
+        arguments.insert(arguments.end(),
+                         {"-map", fmt::format("[a{}]", stream), fmt::format("-c:a:{}", stream), codec});
+        if (codec == "aac") {
+            arguments.insert(arguments.end(), {fmt::format("-b:a:{}", stream), "320k"});
+        }
+    }
+}
+
 // One input per range for the sound, read from just before it: each is trimmed to the sample and the
 // trims are joined, so the sound of every range lies under its pictures.
 void appendSoundInputs(std::vector<std::string>& arguments, const std::filesystem::path& source,
@@ -128,7 +160,7 @@ void appendSoundInputs(std::vector<std::string>& arguments, const std::filesyste
 
 // The filter that cuts audio stream `stream` of each range's input and joins the pieces into "[a<stream>]".
 std::string soundFilter(std::size_t stream, const std::vector<HalfOpenRange>& ranges,
-                        const std::string& codec) {
+                        const std::string& codec, PieceUse use) {
     std::string graph;
     std::string joined;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
@@ -136,11 +168,8 @@ std::string soundFilter(std::size_t stream, const std::vector<HalfOpenRange>& ra
                              preciseSeconds(ranges[i].start), preciseSeconds(ranges[i].end), stream, i);
         joined += fmt::format("[a{}_{}]", stream, i);
     }
-    graph += fmt::format("{}concat=n={}:v=0:a=1", joined, ranges.size());
-    if (!isPCM(codec)) {
-        graph += fmt::format(",atrim=start_sample={},asetpts=PTS-STARTPTS", kAacPrimingSamples);
-    }
-    return graph + fmt::format("[a{}]", stream);
+    return graph + fmt::format("{}concat=n={}:v=0:a=1", joined, ranges.size()) +
+           soundChainEnd(stream, codec, use);
 }
 
 // The packets shown inside the ranges, and none other, move so that the ranges follow each other from
@@ -230,13 +259,13 @@ void copyAndJoin(const CopySource& copy, const TrimPlan& plan,
                  const std::vector<std::vector<HalfOpenRange>>& groups, const std::filesystem::path& output,
                  const ExportContext& context, const ToolProgress& progress) {
     const std::filesystem::path folder = makeSegmentDirectory(plan.assetID);
-    const std::string extension = fileNameExtension(copy.file.filename().string());
     std::vector<std::filesystem::path> pieces;
     std::vector<Rational> lengths;
     try {
         Rational done;
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            pieces.push_back(folder / fmt::format("seg_{}.{}", i, extension));
+            // QuickTime holds every codec a piece may carry, float PCM too.
+            pieces.push_back(folder / fmt::format("seg_{}.mov", i));
             const ToolProgress pieceProgress = [&, done](double seconds) {
                 if (progress) {
                     progress(done.doubleValue() + seconds);
@@ -249,8 +278,8 @@ void copyAndJoin(const CopySource& copy, const TrimPlan& plan,
             done = done + lengths.back();
         }
         writeJoinList(folder, pieces, lengths);
-        runFFmpeg(joinCopyArguments(output), fmt::format("Concat ({} Segmente)", groups.size()), folder,
-                  context);
+        runFFmpeg(joinCopyArguments(output, copy.audioCodecs),
+                  fmt::format("Concat ({} Segmente)", groups.size()), folder, context);
     } catch (...) {
         std::error_code ignored;
         std::filesystem::remove_all(folder, ignored);
@@ -285,23 +314,13 @@ std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
         appendSoundInputs(arguments, source, ranges);
         std::vector<std::string> graphs;
         for (std::size_t stream = 0; stream < audioCodecs.size(); ++stream) {
-            graphs.push_back(soundFilter(stream, ranges, audioCodecs[stream]));
+            graphs.push_back(soundFilter(stream, ranges, audioCodecs[stream], use));
         }
         arguments.insert(arguments.end(), {"-filter_complex", fmt::format("{}", fmt::join(graphs, ";"))});
     }
     arguments.insert(arguments.end(),
                      {"-map", "0:v:0", "-c:v", "copy", "-bsf:v", packetFilter(ranges, halfFrame)});
-    // Every sound stream stays: PCM is written again as the same PCM (its samples unchanged, cut to the
-    // sample), anything else as AAC.
-    for (std::size_t stream = 0; stream < audioCodecs.size(); ++stream) {
-        const bool pcm = isPCM(audioCodecs[stream]);
-        arguments.insert(arguments.end(),
-                         {"-map", fmt::format("[a{}]", stream), fmt::format("-c:a:{}", stream),
-                          pcm ? audioCodecs[stream] : "aac"});
-        if (!pcm) {
-            arguments.insert(arguments.end(), {fmt::format("-b:a:{}", stream), "320k"});
-        }
-    }
+    appendSoundOutputs(arguments, audioCodecs, use);
     // The timecode (a stream tag of the video) stays.
     arguments.insert(arguments.end(), {"-map_metadata:s:v:0", "0:s:v:0"});
     if (use == PieceUse::wholeFile) {
@@ -312,12 +331,22 @@ std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
     return arguments;
 }
 
-std::vector<std::string> joinCopyArguments(const std::filesystem::path& output) {
+std::vector<std::string> joinCopyArguments(const std::filesystem::path& output,
+                                           const std::vector<std::string>& audioCodecs) {
     // Without `auto_convert` the demuxer would rewrite H.264 packets into Annex B form, with parameter sets
     // in the picture data: no longer the source's bytes.
-    std::vector<std::string> arguments{"-nostdin", "-auto_convert",   "0",    "-f",  "concat",
-                                       "-i",       "concat_list.txt", "-map", "0",   "-map",
-                                       "-0:d",     "-ignore_unknown", "-c",   "copy"};
+    std::vector<std::string> arguments{"-nostdin", "-auto_convert",  "0", "-f", "concat",
+                                       "-i",       "concat_list.txt"};
+    if (!audioCodecs.empty()) {
+        std::vector<std::string> graphs;
+        for (std::size_t stream = 0; stream < audioCodecs.size(); ++stream) {
+            graphs.push_back(fmt::format("[0:a:{}]anull", stream) +
+                             soundChainEnd(stream, audioCodecs[stream], PieceUse::wholeFile));
+        }
+        arguments.insert(arguments.end(), {"-filter_complex", fmt::format("{}", fmt::join(graphs, ";"))});
+    }
+    arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy"});
+    appendSoundOutputs(arguments, audioCodecs, PieceUse::wholeFile);
     arguments.insert(arguments.end(), kFirstPictureAtZero.begin(), kFirstPictureAtZero.end());
     const std::vector<std::string> tail = outputTail(output);
     arguments.insert(arguments.end(), tail.begin(), tail.end());

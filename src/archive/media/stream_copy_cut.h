@@ -39,15 +39,18 @@ enum class PieceUse {
 /// ascending, disjoint) from `source` into `output`, back to back from time zero, in one run that reads
 /// through the gaps between them. `halfFrame` keeps the packet choice clear of rounding. Each of the
 /// source's sound streams (`audioCodecs`, in order) is cut to the same times, to the sample: PCM is written
-/// again as the same PCM, anything else as AAC whose priming takes the place of its first samples.
+/// again as the same PCM, anything else as AAC whose priming takes the place of its first samples (as
+/// float PCM in a piece joined later, encoded once in the join).
 std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
                                             const std::filesystem::path& output,
                                             const std::vector<HalfOpenRange>& ranges, Rational halfFrame,
                                             const std::vector<std::string>& audioCodecs, PieceUse use);
 
-/// Joins the pieces listed in "concat_list.txt" of the working folder like `rangeCopyArguments` writes,
-/// keeping every packet's bytes.
-std::vector<std::string> joinCopyArguments(const std::filesystem::path& output);
+/// Joins the pieces listed in "concat_list.txt" of the working folder, which `rangeCopyArguments` wrote
+/// for a source with sound streams of `audioCodecs`: the video packets keep their bytes, the sound is
+/// written as the file that is kept holds it.
+std::vector<std::string> joinCopyArguments(const std::filesystem::path& output,
+                                           const std::vector<std::string>& audioCodecs);
 
 /// Cuts the plan's segments out of `source` by stream copy into `output`: widened to keyframes for
 /// long-GOP media (exactly the planned frames for intra-frame media), in one run when the gaps between

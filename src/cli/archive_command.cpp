@@ -2,7 +2,7 @@
 
 #include "archive/media/archive_report.h"
 #include "archive/media/encoder_profile.h"
-#include "archive/media/stream_copy_cut.h"
+#include "archive/media/planned_cuts.h"
 #include "archive/planning/archive_planning.h"
 #include "archive/planning/plan_table.h"
 #include "base/language.h"
@@ -60,30 +60,13 @@ void applySettings(ContentViewModel& controller, const ArchiveOptions& options) 
     }
 }
 
-// How each trimmed asset would be cut: with `copy`, stream-copied where its source allows it (a source
-// that cannot be probed is re-encoded, as the run would do).
-CutMethods plannedCutMethods(const ArchivePlanning& planning, const RunSettings& settings) {
-    const bool copy = selectedEncoderProfile(settings.encoder) == EncoderProfile::copy;
-    CutMethods methods;
-    for (const auto& [id, plan] : planning.plans) {
-        bool copyable = false;
-        try {
-            copyable = copy && !streamCopyObstacle(
-                                   plan, ProbeSetup{settings.tools, settings.toolLimits.ffprobeTime, {}});
-        } catch (const Error&) {
-        }
-        methods[id] = copyable ? CutMethod::streamCopy : CutMethod::reEncode;
-    }
-    return methods;
-}
-
 // The planning half on a fresh copy of the project, logged through the controller; nothing is written.
 int dryRun(ContentViewModel& controller) {
     const std::optional<ArchivePlanning> planning = controller.planArchiving();
     if (!planning) {
         return exitWorkflowFailed;
     }
-    std::cout << '\n' << formatPlanTable(*planning, plannedCutMethods(*planning, controller.runSettings()));
+    std::cout << '\n' << formatPlanTable(*planning, planCuts(*planning, controller.runSettings()));
     for (const AssetDecision* decision : unavailableSources(*planning)) {
         controller.addLog(LogEntryType::warning,
                           "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);

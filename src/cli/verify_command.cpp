@@ -1,3 +1,4 @@
+#include "archive/media/media_probe.h"
 #include "archive/tasks/archive_verification.h"
 #include "base/language.h"
 #include "cli/cli_session.h"
@@ -25,9 +26,8 @@ void registerVerifyCommand(CLI::App& app, int& exitStatus) {
     addCommonOptions(*command, options->common);
     command->callback([options, &exitStatus] {
         CliSession session(options->common);
-        const RunSettings settings = session.controller().runSettings();
         const std::vector<std::string> problems =
-            verifyArchiveBundle(options->bundle, {settings.tools, settings.toolLimits.ffprobeTime, {}});
+            verifyArchiveBundle(options->bundle, probeSetupOf(session.controller().runSettings()));
         for (const std::string& problem : problems) {
             std::cout << "✗ " << problem << '\n';
         }

@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tidyreel::test {
@@ -66,10 +67,10 @@ Rational frameAt(const CopyMedia& media, double seconds) {
 }
 
 // Two clips per medium, far enough apart to stay two segments.
-std::string projectText(const std::filesystem::path& folder) {
+std::string projectText(const std::filesystem::path& folder, const std::vector<CopyMedia>& allMedia) {
     std::string formats, assets, clips;
     Rational offset;
-    for (const CopyMedia& media : copyMedia()) {
+    for (const CopyMedia& media : allMedia) {
         formats += fmt::format(R"(<format id="f{}" frameDuration="{}" width="160" height="90"/>)", media.id,
                                media.frame.toFCPXML());
         assets += fmt::format(
@@ -99,7 +100,7 @@ TEST(StreamCopyArchive, EveryCutShowsTheSourcesOwnPicturesOnTheSameFrame) {
         makeTestVideo(folder / media.file, kSeconds, shift += 30, media.arguments, media.rate);
     }
     const std::filesystem::path project = folder / "Kopie.fcpxml";
-    writeTextFile(project, projectText(folder.path()));
+    writeTextFile(project, projectText(folder.path(), copyMedia()));
     const std::filesystem::path output = folder / "Ausgabe";
 
     const CommandResult result = runTidyreel({"archive", project.string(), "-o", output.string(), "--encoder",
@@ -159,6 +160,49 @@ TEST(StreamCopyArchive, EveryCutShowsTheSourcesOwnPicturesOnTheSameFrame) {
         }
     }
     EXPECT_EQ(videoStreamEntry(bundle / "Media" / "Timecode_trimmed.mov", "tag:timecode"), "01:00:00:00");
+}
+
+// The dry run foresees each cut before anything is written: a long-GOP segment that starts between
+// keyframes widens to the closed keyframes around it, and a codec no cut can copy is re-encoded, saying
+// why.
+TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
+    IsolatedUserFolders user;
+    TempFolder folder;
+    const std::vector<CopyMedia> media{
+        copyMedia().front(), {"mpeg4", "MPEG4.mov", "25", Rational(1, 25), "-c:v mpeg4 -c:a aac", 0, false}};
+    for (const CopyMedia& medium : media) {
+        makeTestVideo(folder / medium.file, kSeconds, 0, medium.arguments, medium.rate);
+    }
+    const std::filesystem::path project = folder / "Kopie.fcpxml";
+    writeTextFile(project, projectText(folder.path(), media));
+    const std::filesystem::path output = folder / "Ausgabe";
+
+    const CommandResult result =
+        runTidyreel({"archive", project.string(), "-o", output.string(), "--encoder", "copy", "--buffer", "5",
+                     "--min-segment", "1", "--dry-run", "--lang", "de"},
+                    user);
+    ASSERT_EQ(result.exitStatus, 0) << result.standardOutput << result.standardError;
+    EXPECT_FALSE(std::filesystem::exists(output));
+    const std::vector<std::string> lines = splitLines(result.standardOutput);
+    // The asset's row and the line below it.
+    const auto rowOf = [&](const std::string& id) -> std::vector<std::string> {
+        const auto row = std::find_if(lines.begin(), lines.end(),
+                                      [&](const std::string& line) { return line.starts_with(id + " "); });
+        return row == lines.end() || row + 1 == lines.end() ? std::vector<std::string>{}
+                                                            : std::vector<std::string>{*row, *(row + 1)};
+    };
+    // 60-frame GOPs at 30000/1001 put a keyframe every 2.002 s: the segments 0–9.3 s and 25.7–36.7 s
+    // reach out to 10.01 s, and back to 24.024 s and on to 38.038 s.
+    const std::vector<std::string> copied = rowOf("h2997");
+    ASSERT_EQ(copied.size(), 2u) << result.standardOutput;
+    EXPECT_THAT(copied[0], HasSubstr("schneiden: 2 Segmente, Stream-Copy"));
+    const std::string widened = "↳ auf Keyframes erweitert: 0.0..10.01, 24.024..38.038 (+";
+    ASSERT_THAT(copied[1], HasSubstr(widened));
+    EXPECT_GT(std::stod(copied[1].substr(copied[1].find(widened) + widened.size())), 0.0) << copied[1];
+    const std::vector<std::string> reencoded = rowOf("mpeg4");
+    ASSERT_EQ(reencoded.size(), 2u) << result.standardOutput;
+    EXPECT_THAT(reencoded[0], HasSubstr("schneiden: 2 Segmente, Re-Encode"));
+    EXPECT_THAT(reencoded[1], HasSubstr("↳ kein Stream-Copy: Codec mpeg4 nicht kopierbar"));
 }
 
 }  // namespace

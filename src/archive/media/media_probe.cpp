@@ -24,7 +24,13 @@ std::vector<std::string> probeArguments(const std::string& entries, const std::f
 }  // namespace
 
 ProbeSetup probeSetupOf(const ExportContext& context) {
-    return {context.settings.tools, context.settings.toolLimits.ffprobeTime, context.stopToken};
+    ProbeSetup setup = probeSetupOf(context.settings);
+    setup.stopToken = context.stopToken;
+    return setup;
+}
+
+ProbeSetup probeSetupOf(const RunSettings& settings) {
+    return {settings.tools, settings.toolLimits.ffprobeTime, {}};
 }
 
 namespace FFProbe {

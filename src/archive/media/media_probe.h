@@ -45,6 +45,8 @@ struct ProbeSetup {
 
 /// The probe setup of a run: its ffprobe and time limit, stopped with the run.
 ProbeSetup probeSetupOf(const ExportContext& context);
+/// The probe setup of these settings' ffprobe and time limit, for work outside a run (never stopped).
+ProbeSetup probeSetupOf(const RunSettings& settings);
 
 namespace FFProbe {
 

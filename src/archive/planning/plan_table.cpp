@@ -1,21 +1,40 @@
 #include "archive/planning/plan_table.h"
 
 #include "base/language.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cmath>
 #include <filesystem>
+#include <sstream>
 
 namespace tidyreel {
 namespace {
 
-std::string decisionText(const AssetDecision& decision, const CutMethods& methods) {
+// The table stays inside 120 columns; what an asset row cannot hold goes on lines below it, starting
+// under the file name.
+constexpr std::size_t kTableWidth = 119;
+constexpr std::size_t kDetailIndent = 11;
+
+// The cut foreseen for a trimmed asset; none for an asset kept whole or one the caller did not foresee.
+const PlannedCut* plannedCutOf(const AssetDecision& decision, const PlannedCuts& cuts) {
+    const auto cut = cuts.find(decision.assetID);
+    return decision.plan && cut != cuts.end() ? &cut->second : nullptr;
+}
+
+// What a cut keeps beyond its plan: the stream copy's widening to keyframes.
+double keptBeyondPlan(const PlannedCut* cut) {
+    return cut && cut->method == CutMethod::streamCopy ? cut->extraSeconds.doubleValue() : 0.0;
+}
+
+std::string decisionText(const AssetDecision& decision, const PlannedCut* cut) {
     if (decision.plan) {
         const std::size_t count = decision.plan->segments.size();
-        const auto method = methods.find(decision.assetID);
         return fmt::format("{} {} {}{}", localized("schneiden:", "trim:"), count,
                            count == 1 ? localized("Segment", "segment") : localized("Segmente", "segments"),
-                           method == methods.end() ? "" : ", " + cutMethodText(method->second));
+                           cut ? ", " + cutMethodText(cut->method) : "");
     }
     return localized("ganz kopieren: ", "copy whole: ") + skipReasonText(decision.reason);
 }
@@ -24,9 +43,63 @@ std::string seconds(double value) {
     return fmt::format("{:.3f}", value);
 }
 
+// Seconds to the millisecond in the log's shortest form ("10.0", "24.024"): a frame time of 30000/1001
+// media would otherwise run to seventeen digits.
+std::string millisecondText(Rational value) {
+    return shortestDecimal(std::round(value.doubleValue() * 1000) / 1000);
+}
+
+std::string rangeText(const HalfOpenRange& range) {
+    return millisecondText(range.start) + ".." + millisecondText(range.end);
+}
+
+// Columns on a terminal: every UTF-8 character counts one.
+std::size_t columns(const std::string& text) {
+    return static_cast<std::size_t>(
+        std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
+// Lines below an asset row: `label`, then the words, wrapped so that no line leaves the table.
+std::string detailLines(const std::string& label, const std::vector<std::string>& words) {
+    std::string lines;
+    std::string line = std::string(kDetailIndent, ' ') + "↳ " + label;
+    bool wordsOnLine = false;
+    for (const std::string& word : words) {
+        if (wordsOnLine && columns(line) + 1 + columns(word) > kTableWidth) {
+            lines += line + '\n';
+            line = std::string(kDetailIndent + 1, ' ');
+        }
+        line += " " + word;
+        wordsOnLine = true;
+    }
+    return lines + line + '\n';
+}
+
+// The ranges a stream copy keeps with what they add to the plan, or why the asset is re-encoded.
+std::string cutDetails(const PlannedCut& cut) {
+    if (cut.method == CutMethod::streamCopy) {
+        std::vector<std::string> words;
+        for (const HalfOpenRange& range : cut.ranges) {
+            words.push_back(rangeText(range) + (&range == &cut.ranges.back() ? "" : ","));
+        }
+        words.push_back("(+" + millisecondText(cut.extraSeconds) + "s)");
+        return detailLines(localized("auf Keyframes erweitert:", "widened to keyframes:"), words);
+    }
+    if (!cut.reencodeReason) {
+        return "";
+    }
+    // A tool's message may span lines; its words are wrapped like any other.
+    std::vector<std::string> words;
+    std::istringstream reason(*cut.reencodeReason);
+    for (std::string word; reason >> word;) {
+        words.push_back(word);
+    }
+    return detailLines(localized("kein Stream-Copy:", "no stream copy:"), words);
+}
+
 std::string row(const std::string& asset, const std::string& file, const std::string& decision,
                 const std::string& used, const std::string& kept, const std::string& saved) {
-    return fmt::format("{:<10} {:<32} {:<48} {:>12} {:>12} {:>12}\n", asset, file, decision, used, kept,
+    return fmt::format("{:<10} {:<30} {:<44} {:>10} {:>10} {:>10}\n", asset, file, decision, used, kept,
                        saved);
 }
 
@@ -81,7 +154,7 @@ std::string cutMethodText(CutMethod method) {
                                            : localized("Re-Encode", "re-encoded");
 }
 
-std::string formatPlanTable(const ArchivePlanning& planning, const CutMethods& methods) {
+std::string formatPlanTable(const ArchivePlanning& planning, const PlannedCuts& cuts) {
     std::string table = row("Asset", localized("Datei", "File"), localized("Entscheidung", "Decision"),
                             localized("genutzt s", "used s"), localized("behalten s", "kept s"),
                             localized("gespart s", "saved s"));
@@ -93,11 +166,15 @@ std::string formatPlanTable(const ArchivePlanning& planning, const CutMethods& m
         if (decision.source != SourceState::available) {
             file = "⚠️ " + sourceStateText(decision.source) + ": " + file;
         }
-        const double assetKept = decision.kept.doubleValue();
+        const PlannedCut* cut = plannedCutOf(decision, cuts);
+        const double assetKept = decision.kept.doubleValue() + keptBeyondPlan(cut);
         const double assetDuration = decision.duration.doubleValue();
         table +=
-            row(decision.assetID, file, decisionText(decision, methods), seconds(decision.used.doubleValue()),
+            row(decision.assetID, file, decisionText(decision, cut), seconds(decision.used.doubleValue()),
                 seconds(assetKept), seconds(assetDuration - assetKept));
+        if (cut) {
+            table += cutDetails(*cut);
+        }
         used += decision.used.doubleValue();
         kept += assetKept;
         duration += assetDuration;

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "archive/planning/archive_planning.h"
+#include "time/half_open_range.h"
+#include "time/rational.h"
 
 #include <map>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tidyreel {
 
@@ -16,13 +20,24 @@ std::string skipReasonText(SkipReason reason);
 /// What is wrong with a source file that is not available ("fehlt", "nicht lesbar").
 std::string sourceStateText(SourceState state);
 
-/// How a trimmed asset is cut, by asset id: whether its pictures are stream-copied or re-encoded.
-using CutMethods = std::map<std::string, CutMethod>;
+/// How a trimmed asset will be cut, foreseen before the run: the editor sees what a stream copy keeps
+/// beyond the plan, and why an asset is re-encoded although stream copy was chosen.
+struct PlannedCut {
+    CutMethod method = CutMethod::reEncode;     ///< whether its pictures are copied or encoded anew
+    std::vector<HalfOpenRange> ranges;          ///< stream copy: the kept ranges widened to keyframes
+    Rational extraSeconds;                      ///< stream copy: how much longer they are than the plan's
+    std::optional<std::string> reencodeReason;  ///< why stream copy, though chosen, gives way to re-encoding
+};
 
-/// The dry run's table: per asset its file, the decision (with how a trimmed one is cut, when
-/// `methods` names it), the used, kept and saved seconds, then the totals; one line per row, in the
-/// current language. A source that is missing or unreadable is marked at its file name.
-std::string formatPlanTable(const ArchivePlanning& planning, const CutMethods& methods = {});
+/// How each trimmed asset will be cut, by asset id.
+using PlannedCuts = std::map<std::string, PlannedCut>;
+
+/// The dry run's table: per asset its file, the decision (with how a trimmed one is cut, when `cuts`
+/// names it), the used, kept and saved seconds, then the totals; one line per row, in the current
+/// language, with the copied ranges or the reason for re-encoding on lines of their own below. What a
+/// stream copy keeps beyond the plan counts as kept. A source that is missing or unreadable is marked at
+/// its file name.
+std::string formatPlanTable(const ArchivePlanning& planning, const PlannedCuts& cuts = {});
 
 /// "Stream-Copy" or "Re-Encode" in the current language.
 std::string cutMethodText(CutMethod method);

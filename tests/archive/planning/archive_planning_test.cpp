@@ -10,6 +10,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 namespace tidyreel {
 namespace {
 
@@ -88,6 +90,12 @@ TEST_F(ArchivePlanningRun, EnglishSystemsGetEnglishStepTexts) {
     EXPECT_EQ(progress.front(), "0/2 Analyzing assets");
 }
 
+// Terminal columns of a table line: one per UTF-8 character.
+std::size_t columns(const std::string& line) {
+    return static_cast<std::size_t>(
+        std::count_if(line.begin(), line.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
 TEST_F(ArchivePlanningRun, PlanTableShowsDecisionsAndTotals) {
     setPreferredLanguages({"en"});
     const std::vector<std::string> rows =
@@ -95,22 +103,61 @@ TEST_F(ArchivePlanningRun, PlanTableShowsDecisionsAndTotals) {
     ASSERT_EQ(rows.size(), 5u);
     EXPECT_THAT(rows[1], HasSubstr("A.mov"));
     EXPECT_THAT(rows[1], HasSubstr("trim: 1 segment "));
-    EXPECT_THAT(rows[1], HasSubstr("10.000       20.000       80.000"));
+    EXPECT_THAT(rows[1], HasSubstr("10.000     20.000     80.000"));
     EXPECT_THAT(rows[2], HasSubstr("copy whole: not a trimmable format"));
     EXPECT_THAT(rows[3], HasSubstr("copy whole: not used in the timeline"));
     EXPECT_THAT(rows[4], HasSubstr("52.3% saved"));
-    EXPECT_THAT(rows[4], HasSubstr("13.000       73.000       80.000"));
-    // How each trimmed asset is cut, where the run knows it; assets copied whole have no cut.
-    const auto idOf = [&](const std::string& row) { return row.substr(0, row.find(' ')); };
-    const std::string trimmedID = idOf(rows[1]);
-    const std::vector<std::string> withMethods = test::splitLines(
-        formatPlanTable(run(kResources, kSpine, {"Video"}),
-                        {{trimmedID, CutMethod::streamCopy}, {idOf(rows[2]), CutMethod::reEncode}}));
-    EXPECT_THAT(withMethods[1], HasSubstr("trim: 1 segment, stream-copied"));
-    EXPECT_THAT(withMethods[2], Not(HasSubstr("re-encoded")));
+    EXPECT_THAT(rows[4], HasSubstr("13.000     73.000     80.000"));
+    for (const std::string& row : rows) {
+        EXPECT_LE(columns(row), 119u) << row;
+    }
+}
+
+// A stream copy keeps its keyframe ranges, and what they add to the plan counts as kept; a re-encode
+// says why stream copy gave way. Assets copied whole have no cut.
+TEST_F(ArchivePlanningRun, PlanTableShowsHowEachTrimmedAssetIsCut) {
+    setPreferredLanguages({"en"});
+    const ArchivePlanning planning = run(kResources, kSpine, {"Video"});
+    const Rational keyframe = Rational(1019 * 1001, 30000);  // 34.0006 s, planned from 35 s
+    const PlannedCut copied{CutMethod::streamCopy, {{keyframe, 56}}, 56 - keyframe - 20, std::nullopt};
+    const std::vector<std::string> rows =
+        test::splitLines(formatPlanTable(planning, {{"a1", copied}, {"a2", copied}}));
+    ASSERT_EQ(rows.size(), 6u);
+    EXPECT_THAT(rows[1], HasSubstr("trim: 1 segment, stream-copied"));
+    EXPECT_THAT(rows[1], HasSubstr("10.000     21.999     78.001"));
+    EXPECT_THAT(rows[2], HasSubstr("↳ widened to keyframes: 34.001..56.0 (+1.999s)"));
+    EXPECT_THAT(rows[3], Not(HasSubstr("stream-copied")));
+    EXPECT_THAT(rows[5], HasSubstr("13.000     74.999     78.001"));
+
+    // However many ranges, no line leaves the table: they wrap under the first.
+    PlannedCut many{CutMethod::streamCopy, {}, 40, std::nullopt};
+    for (int second = 0; second < 96; second += 4) {
+        many.ranges.push_back({Rational(second * 1001, 1000), Rational((second + 2) * 1001, 1000)});
+    }
+    const std::vector<std::string> wrapped = test::splitLines(formatPlanTable(planning, {{"a1", many}}));
+    ASSERT_EQ(wrapped.size(), 10u);
+    EXPECT_THAT(wrapped[2], HasSubstr("↳ widened to keyframes: 0.0..2.002, 4.004..6.006,"));
+    EXPECT_THAT(wrapped[3], testing::StartsWith("             20.02..22.022, "));
+    EXPECT_THAT(wrapped[6], testing::StartsWith("             92.092..94.094 (+40.0s)"));
+    for (const std::string& line : wrapped) {
+        EXPECT_LE(columns(line), 119u) << line;
+    }
+
+    const PlannedCut reencoded{CutMethod::reEncode, {}, {}, "ffprobe:\nInvalid data found"};
+    const std::vector<std::string> withReason =
+        test::splitLines(formatPlanTable(planning, {{"a1", reencoded}}));
+    ASSERT_EQ(withReason.size(), 6u);
+    EXPECT_THAT(withReason[1], HasSubstr("trim: 1 segment, re-encoded"));
+    EXPECT_THAT(withReason[1], HasSubstr("10.000     20.000     80.000"));
+    EXPECT_THAT(withReason[2], HasSubstr("↳ no stream copy: ffprobe: Invalid data found"));
     setPreferredLanguages({"de"});
-    EXPECT_THAT(formatPlanTable(run(kResources, kSpine, {"Video"}), {{trimmedID, CutMethod::reEncode}}),
-                HasSubstr("schneiden: 1 Segment, Re-Encode"));
+    const std::string german = formatPlanTable(planning, {{"a1", reencoded}});
+    EXPECT_THAT(german, HasSubstr("schneiden: 1 Segment, Re-Encode"));
+    EXPECT_THAT(german, HasSubstr("↳ kein Stream-Copy: ffprobe: Invalid data found"));
+    EXPECT_THAT(formatPlanTable(planning, {{"a1", copied}}),
+                HasSubstr("↳ auf Keyframes erweitert: 34.001..56.0"));
+    // Without a stream copy chosen there is no reason to give.
+    EXPECT_EQ(test::splitLines(formatPlanTable(planning, {{"a1", PlannedCut{}}})).size(), 5u);
 }
 
 // Only a regular file (or a link to one) is a source; anything else is never opened, since opening a

@@ -68,8 +68,9 @@ int dryRun(ContentViewModel& controller) {
     }
     std::cout << '\n' << formatPlanTable(*planning, planCuts(*planning, controller.runSettings()));
     for (const AssetDecision* decision : unavailableSources(*planning)) {
-        controller.addLog(LogEntryType::warning,
-                          "⚠️ Quelle " + sourceStateText(decision->source) + ": " + decision->path);
+        controller.addLog(LogEntryType::warning, "⚠️ " + localized("Quelle", "Source") + " " +
+                                                     sourceStateText(decision->source) + ": " +
+                                                     decision->path);
     }
     return exitSuccess;
 }

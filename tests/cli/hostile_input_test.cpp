@@ -203,7 +203,7 @@ TEST_F(HostileInput, AFIFOAsASourceIsOfflineWithAClearLineAndNeverRead) {
     const CommandResult refused = runTidyreel(arguments, user, releaseReaders);
     EXPECT_EQ(refused.exitStatus, 1);
     EXPECT_THAT(logMessages(refused.standardOutput),
-                Contains(AllOf(HasSubstr("✗ Quelle not a regular file (folder, device or FIFO) (r1)"),
+                Contains(AllOf(HasSubstr("✗ Source not a regular file (folder, device or FIFO) (r1)"),
                                HasSubstr(fifo.string()))));
 
     std::vector<std::string> offline = arguments;
@@ -212,7 +212,7 @@ TEST_F(HostileInput, AFIFOAsASourceIsOfflineWithAClearLineAndNeverRead) {
     EXPECT_EQ(archived.exitStatus, 0) << archived.standardOutput;
     EXPECT_THAT(logMessages(archived.standardOutput),
                 Contains(AllOf(::testing::StartsWith("⚠️"),
-                               HasSubstr("Quelle not a regular file (folder, device or FIFO) (r1)"))));
+                               HasSubstr("Source not a regular file (folder, device or FIFO) (r1)"))));
     EXPECT_FALSE(std::filesystem::exists(output / "archiv_Ton.fcpxmld" / "Media" / "Ton.wav"));
     EXPECT_FALSE(opened) << "the FIFO was opened";
 }

@@ -44,8 +44,9 @@ std::set<std::string> acceptOfflineSources(const ArchivePlanning& planning,
     for (const AssetDecision* decision : unavailable) {
         ids.insert(decision->assetID);
         context.log(context.settings.allowOffline ? LogEntryType::warning : LogEntryType::error,
-                    fmt::format("  {} Quelle {} ({}): {}", context.settings.allowOffline ? "⚠️" : "✗",
-                                sourceStateText(decision->source), decision->assetID, decision->path));
+                    fmt::format("  {} {} {} ({}): {}", context.settings.allowOffline ? "⚠️" : "✗",
+                                localized("Quelle", "Source"), sourceStateText(decision->source),
+                                decision->assetID, decision->path));
     }
     if (!ids.empty() && !context.settings.allowOffline) {
         throw Error(ProcessingError::domain, ProcessingError::incompleteArchive,

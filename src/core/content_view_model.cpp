@@ -146,6 +146,7 @@ void ContentViewModel::loadSettings() {
     exportVideoDescription_ = SettingsStore::boolValue("exportVideoDescription").value_or(false);
     youtubeDescription1_ = SettingsStore::stringValue("youtubeDescription1").value_or("");
     youtubeDescription2_ = SettingsStore::stringValue("youtubeDescription2").value_or("");
+    encoder_ = SettingsStore::stringValue("encoder").value_or("");
 }
 
 void ContentViewModel::restoreBookmark() {
@@ -381,7 +382,7 @@ RunSettings ContentViewModel::runSettings() const {
     settings.youtubeDescription1 = youtubeDescription1_;
     settings.youtubeDescription2 = youtubeDescription2_;
     settings.roleEffectMappings = roleEffectMappings_;
-    settings.encoder = SettingsStore::stringValue("encoder").value_or("");
+    settings.encoder = encoder_;
     settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
                       configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
     settings.toolLimits = {limitFromEnvironment("TIDYREEL_FFPROBE_TIME_LIMIT", ToolLimits{}.ffprobeTime),
@@ -549,6 +550,12 @@ void ContentViewModel::saveVideoDescriptions() {
 void ContentViewModel::setBuffer(double seconds) {
     buffer_ = seconds;
     remember([&] { SettingsStore::setDouble("buffer", seconds); });
+    notifyChanged();
+}
+
+void ContentViewModel::setEncoder(std::string name) {
+    encoder_ = std::move(name);
+    remember([&] { SettingsStore::setString("encoder", encoder_); });
     notifyChanged();
 }
 

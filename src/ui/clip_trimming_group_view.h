@@ -2,6 +2,7 @@
 
 #include "ui/ui_support.h"
 
+class QComboBox;
 class QDoubleSpinBox;
 class QLabel;
 class QPushButton;
@@ -12,8 +13,8 @@ class ContentViewModel;
 
 namespace tidyreel::ui {
 
-/// The "Clips schneiden" card: the trim handles and the minimum segment, written to the settings on
-/// every change.
+/// The "Clips schneiden" card: the trim handles, the minimum segment and the encoding of trimmed clips,
+/// written to the settings on every change.
 class ClipTrimmingGroupView : public Card {
 public:
     explicit ClipTrimmingGroupView(ContentViewModel& viewModel, QWidget* parent = nullptr);
@@ -23,6 +24,7 @@ public:
 
 private:
     QDoubleSpinBox* addField(int row, QLabel*& label);
+    void refreshEncoder();
 
     ContentViewModel& viewModel_;
     QPushButton* info_;
@@ -30,6 +32,8 @@ private:
     QDoubleSpinBox* buffer_;
     QLabel* minSegmentLabel_ = nullptr;
     QDoubleSpinBox* minSegment_;
+    QLabel* encoderLabel_ = nullptr;
+    QComboBox* encoder_;
 };
 
 }  // namespace tidyreel::ui

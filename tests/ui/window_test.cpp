@@ -10,6 +10,7 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
 #include <QLabel>
@@ -170,6 +171,22 @@ TEST_F(WindowTest, ArchiveShowsOverlayProgressAndReport) {
     EXPECT_EQ(viewModel_->selectedWorkflow(), WorkflowTab::archiving);
     find<QDoubleSpinBox>("buffer")->setValue(5.0);
     EXPECT_EQ(QSettings().value("buffer").toDouble(), 5.0);
+    // The encoding of trimmed clips: the platform's default first, the stream copy chosen and remembered.
+    auto* encoder = find<QComboBox>("encoder");
+    EXPECT_EQ(encoder->currentData().toString(), "libx265");
+    const int copy = encoder->findData("copy");
+    ASSERT_GE(copy, 0);
+    encoder->setCurrentIndex(copy);
+    emit encoder->activated(copy);
+    settle();
+    EXPECT_EQ(QSettings().value("encoder").toString(), "copy");
+    EXPECT_EQ(viewModel_->encoder(), "copy");
+    EXPECT_EQ(encoder->currentData().toString(), "copy");
+    // This run re-encodes, so that the bar is seen moving inside the encodes.
+    encoder->setCurrentIndex(encoder->findData("libx265"));
+    emit encoder->activated(encoder->currentIndex());
+    settle();
+    EXPECT_EQ(viewModel_->encoder(), "libx265");
     find<QAbstractButton>("selectNone")->click();
     settle();
     EXPECT_TRUE(viewModel_->includedRoles().empty());

@@ -146,7 +146,6 @@ void ContentViewModel::loadSettings() {
     exportVideoDescription_ = SettingsStore::boolValue("exportVideoDescription").value_or(false);
     youtubeDescription1_ = SettingsStore::stringValue("youtubeDescription1").value_or("");
     youtubeDescription2_ = SettingsStore::stringValue("youtubeDescription2").value_or("");
-    encoder_ = SettingsStore::stringValue("encoder").value_or("");
 }
 
 void ContentViewModel::restoreBookmark() {
@@ -382,7 +381,7 @@ RunSettings ContentViewModel::runSettings() const {
     settings.youtubeDescription1 = youtubeDescription1_;
     settings.youtubeDescription2 = youtubeDescription2_;
     settings.roleEffectMappings = roleEffectMappings_;
-    settings.encoder = encoder_;
+    settings.encoder = encoder();
     settings.tools = {configuredTool("TIDYREEL_FFMPEG", "ffmpegPath"),
                       configuredTool("TIDYREEL_FFPROBE", "ffprobePath")};
     settings.toolLimits = {limitFromEnvironment("TIDYREEL_FFPROBE_TIME_LIMIT", ToolLimits{}.ffprobeTime),
@@ -553,9 +552,12 @@ void ContentViewModel::setBuffer(double seconds) {
     notifyChanged();
 }
 
-void ContentViewModel::setEncoder(std::string name) {
-    encoder_ = std::move(name);
-    remember([&] { SettingsStore::setString("encoder", encoder_); });
+std::string ContentViewModel::encoder() const {
+    return SettingsStore::stringValue("encoder").value_or("");
+}
+
+void ContentViewModel::setEncoder(const std::string& name) {
+    remember([&] { SettingsStore::setString("encoder", name); });
     notifyChanged();
 }
 

@@ -105,7 +105,7 @@ public:
     void setMinSegment(double seconds);
     /// The encoder profile trimmed clips are written with, by its setting name ("libx265", "copy"),
     /// remembered.
-    void setEncoder(std::string name);
+    void setEncoder(const std::string& name);
     void setExportChapterMarkers(bool on);
     void setExportVideoDescription(bool on);
     void setYoutubeDescription1(std::string text) { youtubeDescription1_ = std::move(text); }
@@ -130,8 +130,9 @@ public:
     const std::optional<std::string>& outputDirectoryBookmark() const { return outputDirectoryBookmark_; }
     double buffer() const { return buffer_; }
     double minSegment() const { return minSegment_; }
-    /// The remembered encoder profile's name; empty for the platform's default.
-    const std::string& encoder() const { return encoder_; }
+    /// The remembered encoder profile's name, read from the settings each time (the command line writes it
+    /// there too); empty for the platform's default.
+    std::string encoder() const;
     /// Whether the next archive run may leave out missing sources (per run, not remembered).
     void setAllowOffline(bool allow) { allowOffline_ = allow; }
     const std::string& youtubeDescription1() const { return youtubeDescription1_; }
@@ -200,7 +201,6 @@ private:
     bool allowOffline_ = false;
     std::string youtubeDescription1_;
     std::string youtubeDescription2_;
-    std::string encoder_;
     bool exportChapterMarkers_ = false;
     bool exportVideoDescription_ = false;
     ActionStatus colorGradingStatus_ = ActionStatus::notExecuted();

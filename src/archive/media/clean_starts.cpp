@@ -1,21 +1,13 @@
 #include "archive/media/clean_starts.h"
 
+#include "archive/media/encoder_profile.h"
 #include "archive/media/tool_runner.h"
 #include "platform/process_runner.h"
 
 #include <fmt/format.h>
 
-#include <cmath>
-
 namespace tidyreel {
 namespace {
-
-// Seconds rounded up to the microsecond ffmpeg seeks by, so that the seek lands on the keyframe at that
-// time, not on the one before.
-std::string secondsRoundedUp(Rational seconds) {
-    const auto micros = static_cast<std::int64_t>(std::ceil((seconds * 1000000).doubleValue()));
-    return fmt::format("{}.{:06}", micros / 1000000, micros % 1000000);
-}
 
 bool decodesCleanly(const std::filesystem::path& file, const std::vector<Rational>& starts,
                     const ProbeSetup& setup) {
@@ -23,8 +15,8 @@ bool decodesCleanly(const std::filesystem::path& file, const std::vector<Rationa
     request.executable = locateFFmpeg(setup.tools);
     request.arguments = {"-nostdin", "-v", "error"};
     for (const Rational start : starts) {
-        request.arguments.insert(request.arguments.end(),
-                                 {"-ss", secondsRoundedUp(start), "-t", "0.25", "-i", file.string()});
+        request.arguments.insert(request.arguments.end(), {"-ss", seekSeconds(start, SeekRounding::up), "-t",
+                                                           "0.25", "-i", file.string()});
     }
     for (std::size_t i = 0; i < starts.size(); ++i) {
         request.arguments.insert(request.arguments.end(), {"-map", fmt::format("{}:v:0", i)});

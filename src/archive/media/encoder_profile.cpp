@@ -89,6 +89,13 @@ std::string ffmpegSeconds(double seconds) {
     return fmt::format("{:.6f}", seconds);
 }
 
+std::string seekSeconds(Rational seconds, SeekRounding rounding) {
+    const double micros = (seconds * 1000000).doubleValue();
+    const auto whole =
+        static_cast<std::int64_t>(rounding == SeekRounding::up ? std::ceil(micros) : std::floor(micros));
+    return fmt::format("{}.{:06}", whole / 1000000, whole % 1000000);
+}
+
 std::vector<std::string> outputTail(const std::filesystem::path& output) {
     std::vector<std::string> tail;
     if (lowercasedExtension(output) == ".m4v") {

@@ -37,6 +37,12 @@ EncoderProfile selectedEncoderProfile(std::string_view name);
 /// Seconds as ffmpeg reads them: six decimals, independent of the locale.
 std::string ffmpegSeconds(double seconds);
 
+/// Which way a seek time is rounded to the microsecond ffmpeg seeks by: down, so that the seek never lands
+/// after a keyframe; up, so that it lands on the keyframe at that time, not on the one before.
+enum class SeekRounding { down, up };
+/// `seconds` as an ffmpeg seek time, rounded the given way.
+std::string seekSeconds(Rational seconds, SeekRounding rounding);
+
 /// "-f ipod" for an .m4v output, then "-y" and the output.
 std::vector<std::string> outputTail(const std::filesystem::path& output);
 

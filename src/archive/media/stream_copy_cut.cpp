@@ -11,7 +11,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cmath>
 #include <future>
 
 namespace tidyreel {
@@ -26,12 +25,6 @@ const std::vector<std::string> kFirstPictureAtZero{"-movflags", "+negative_cts_o
 // from a picture never lands on one.
 std::string preciseSeconds(Rational seconds) {
     return fmt::format("{:.9f}", seconds.doubleValue());
-}
-
-// Seconds rounded down to the microsecond ffmpeg seeks by, so the seek never lands after the keyframe.
-std::string secondsRoundedDown(Rational seconds) {
-    const std::int64_t micros = static_cast<std::int64_t>(std::floor((seconds * 1000000).doubleValue()));
-    return fmt::format("{}.{:06}", micros / 1000000, micros % 1000000);
 }
 
 // Ranges a single ffmpeg run copies, reading through the gaps between them: a gap is read through when it
@@ -153,7 +146,7 @@ void appendSoundOutputs(std::vector<std::string>& arguments, const std::vector<s
 void appendSoundInputs(std::vector<std::string>& arguments, const std::filesystem::path& source,
                        const std::vector<HalfOpenRange>& ranges) {
     for (const HalfOpenRange& range : ranges) {
-        arguments.insert(arguments.end(), {"-ss", secondsRoundedDown(range.start), "-t",
+        arguments.insert(arguments.end(), {"-ss", seekSeconds(range.start, SeekRounding::down), "-t",
                                            preciseSeconds(range.length() + 1), "-i", source.string()});
     }
 }
@@ -305,7 +298,7 @@ std::vector<std::string> rangeCopyArguments(const std::filesystem::path& source,
                                        "-copyts",
                                        "-start_at_zero",
                                        "-ss",
-                                       secondsRoundedDown(ranges.front().start),
+                                       seekSeconds(ranges.front().start, SeekRounding::down),
                                        "-t",
                                        preciseSeconds(ranges.back().end - ranges.front().start + 1),
                                        "-i",

@@ -93,13 +93,20 @@ bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vecto
     return true;
 }
 
+// The keyframes of sorted packets, and which of them start an open GOP.
+struct Keyframes {
+    std::vector<Rational> times;
+    std::vector<Rational> open;
+
+    explicit Keyframes(const std::vector<VideoPacket>& packets)
+        : times(keyframeTimes(packets)), open(openKeyframeTimes(packets)) {}
+    bool isClosed(Rational keyframe) const { return !std::binary_search(open.begin(), open.end(), keyframe); }
+};
+
 std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
-                                                  const std::vector<VideoPacket>& packets) {
-    const std::vector<Rational> open = openKeyframeTimes(packets);
+                                                  const Keyframes& keyframes, Rational fileEnd) {
     return widenToKeyframes(
-        segments, keyframeTimes(packets),
-        [&](Rational keyframe) { return !std::binary_search(open.begin(), open.end(), keyframe); },
-        shownEndOf(packets));
+        segments, keyframes.times, [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, fileEnd);
 }
 
 // How many closed keyframes before a range are tried as its start when decoding from its own keyframe
@@ -108,12 +115,10 @@ const std::size_t kStartCandidates = 8;
 
 // The closed keyframes before `start`, nearest first and at most `kStartCandidates`, then the file's
 // start (which packets read around the segments may not reach), where decoding always can begin.
-std::vector<Rational> earlierStarts(const std::vector<VideoPacket>& packets, Rational start) {
-    const std::vector<Rational> open = openKeyframeTimes(packets);
+std::vector<Rational> earlierStarts(const Keyframes& keyframes, Rational start) {
     std::vector<Rational> candidates;
-    for (const Rational keyframe : keyframeTimes(packets)) {
-        if (keyframe < start && keyframe > Rational::zero() &&
-            !std::binary_search(open.begin(), open.end(), keyframe)) {
+    for (const Rational keyframe : keyframes.times) {
+        if (keyframe < start && keyframe > Rational::zero() && keyframes.isClosed(keyframe)) {
             candidates.insert(candidates.begin(), keyframe);
         }
     }
@@ -126,14 +131,14 @@ std::vector<Rational> earlierStarts(const std::vector<VideoPacket>& packets, Rat
 // pictures can still be no clean start: after an H.264 I picture that is no IDR (x264's open GOPs) the
 // decoder expects the pictures before it, and played on from another range it mixes up their order. The
 // ranges that come to overlap are merged; false when a range finds no clean start.
-bool startCleanly(const std::filesystem::path& source, const std::vector<VideoPacket>& packets,
+bool startCleanly(const std::filesystem::path& source, const Keyframes& keyframes,
                   std::vector<HalfOpenRange>& ranges, const ProbeSetup& probe) {
     std::vector<Rational> starts;
     for (const HalfOpenRange& range : ranges) {
         starts.push_back(range.start);
     }
     for (const std::size_t index : startsThatComplain(source, starts, probe)) {
-        const std::vector<Rational> candidates = earlierStarts(packets, ranges[index].start);
+        const std::vector<Rational> candidates = earlierStarts(keyframes, ranges[index].start);
         const auto clean = std::find_if(candidates.begin(), candidates.end(), [&](Rational candidate) {
             return startsThatComplain(source, {candidate}, probe).empty();
         });
@@ -159,11 +164,12 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
     if (packets.empty()) {
         return {std::nullopt, "keine Videopakete"};
     }
-    Widening widening{widened(plan.segments, packets), ""};
+    const Keyframes keyframes(packets);
+    Widening widening{widened(plan.segments, keyframes, shownEndOf(packets)), ""};
     if (!widening.ranges) {
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }
-    if (!startCleanly(plan.originalPath, packets, *widening.ranges, probe)) {
+    if (!startCleanly(plan.originalPath, keyframes, *widening.ranges, probe)) {
         return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
     }
     return widening;
@@ -200,10 +206,6 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     decision.ranges = *widening.ranges;
     decision.extraSeconds = totalLength(decision.ranges) - totalLength(plan.segments);
     return decision;
-}
-
-std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe) {
-    return obstacle(plan, FFProbe::probeStreamCodecs(plan.originalPath, probe).video);
 }
 
 }  // namespace tidyreel

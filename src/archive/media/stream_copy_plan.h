@@ -26,8 +26,4 @@ struct StreamCopyDecision {
 /// complains (the file's start at worst). Throws `ProbeError`, `RunCancelled`.
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe);
 
-/// Why the plan's source cannot be cut by stream copy (no frame grid, a codec whose packets a cut cannot
-/// copy); no value when it can. Probes the source's codec; throws `ProbeError`.
-std::optional<std::string> streamCopyObstacle(const TrimPlan& plan, const ProbeSetup& probe);
-
 }  // namespace tidyreel

@@ -14,6 +14,8 @@ struct HalfOpenRange {
 
     /// end − start.
     Rational length() const { return end - start; }
+    /// Whether `time` lies inside: at its start or after, and before its end.
+    bool contains(Rational time) const { return time >= start && time < end; }
     bool operator==(const HalfOpenRange&) const = default;
 };
 

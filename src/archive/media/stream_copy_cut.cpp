@@ -63,7 +63,7 @@ std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
     std::vector<VideoPacket> copied;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
         for (const VideoPacket& packet : source) {
-            if (packet.time >= ranges[i].start && packet.time < ranges[i].end) {
+            if (ranges[i].contains(packet.time)) {
                 copied.push_back(packet);
                 copied.back().time = packet.time - ranges[i].start + starts[i];
             }
@@ -77,9 +77,10 @@ std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
 // the source's own.
 void requireSourcePackets(const std::filesystem::path& written, const std::vector<VideoPacket>& expected,
                           const ProbeSetup& probe) {
-    const std::vector<VideoPacket> packets = probeVideoPackets(written, probe);
+    const std::vector<VideoPacket> packets = probeVideoPackets(written, probe, {}, PacketChecksums::compute);
+    // A packet without a checksum proves nothing.
     const auto differs = [](const VideoPacket& a, const VideoPacket& b) {
-        return a.time != b.time || (!a.dataHash.empty() && !b.dataHash.empty() && a.dataHash != b.dataHash);
+        return a.time != b.time || a.dataHash.empty() || a.dataHash != b.dataHash;
     };
     std::optional<std::string> problem;
     if (packets.size() != expected.size()) {
@@ -211,7 +212,6 @@ bool noRoomLeftBeside(const std::filesystem::path& file) {
 
 struct CopySource {
     std::filesystem::path file;
-    std::vector<VideoPacket> packets;
     Rational halfFrame;
     std::vector<std::string> audioCodecs;
 };
@@ -221,6 +221,25 @@ void copyRanges(const CopySource& copy, const std::vector<HalfOpenRange>& ranges
                 const ExportContext& context, const ToolProgress& progress) {
     runFFmpeg(rangeCopyArguments(copy.file, output, ranges, copy.halfFrame, copy.audioCodecs, use), label,
               std::nullopt, context, progress);
+}
+
+// Gives the packets inside the ranges the checksums of `probed`, the same file's packets read again;
+// false when one of them is not among those.
+bool adoptChecksums(std::vector<VideoPacket>& packets, const std::vector<VideoPacket>& probed,
+                    const std::vector<HalfOpenRange>& ranges) {
+    bool complete = true;
+    for (VideoPacket& packet : packets) {
+        const auto found =
+            std::lower_bound(probed.begin(), probed.end(), packet.time,
+                             [](const VideoPacket& p, Rational time) { return p.time < time; });
+        if (found != probed.end() && found->time == packet.time) {
+            packet.dataHash = found->dataHash;
+        } else if (std::any_of(ranges.begin(), ranges.end(),
+                               [&](const HalfOpenRange& range) { return range.contains(packet.time); })) {
+            complete = false;
+        }
+    }
+    return complete;
 }
 
 // Each range's start in the written file must decode without a complaint, as it did in the source: a
@@ -355,9 +374,15 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
             throw StreamCopyUnsuitable(*decision.reencodeReason);
         }
         logWidening(decision, context);
-        const CopySource copy{source, std::move(decision.sourcePackets), *plan.frameDuration / 2,
-                              std::move(decision.audioCodecs)};
+        const ProbeSetup probe = probeSetupOf(context);
+        const CopySource copy{source, *plan.frameDuration / 2, std::move(decision.audioCodecs)};
         const std::vector<HalfOpenRange>& ranges = decision.ranges;
+        // The source's bytes of the kept packets are read while they are copied. A second around each
+        // range allows for a clock that starts late; where that is not enough, the whole file is read.
+        auto checksums = std::async(std::launch::async, [&] {
+            return probeVideoPackets(source, probe, windowsAround(ranges, Rational::one()),
+                                     PacketChecksums::compute);
+        });
         const std::vector<std::vector<HalfOpenRange>> groups = readThroughGroups(ranges);
         if (groups.size() == 1) {
             copyRanges(copy, ranges, output, PieceUse::wholeFile,
@@ -367,10 +392,14 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
         } else {
             copyAndJoin(copy, plan, groups, output, context, progress);
         }
+        std::vector<VideoPacket>& sourcePackets = decision.sourcePackets;
+        if (!adoptChecksums(sourcePackets, checksums.get(), ranges)) {
+            adoptChecksums(sourcePackets, probeVideoPackets(source, probe, {}, PacketChecksums::compute),
+                           ranges);
+        }
         // Both read the written file; they run side by side.
-        auto joins =
-            std::async(std::launch::async, [&] { requireCleanJoins(output, ranges, probeSetupOf(context)); });
-        requireSourcePackets(output, packetsAsCopied(copy.packets, ranges), probeSetupOf(context));
+        auto joins = std::async(std::launch::async, [&] { requireCleanJoins(output, ranges, probe); });
+        requireSourcePackets(output, packetsAsCopied(sourcePackets, ranges), probe);
         joins.get();
         return {ranges, std::vector<Rational>(ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {

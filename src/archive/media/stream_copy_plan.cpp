@@ -55,21 +55,6 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
 const Rational kPacketMargin(6);
 const Rational kBeyondEnd(1);
 
-// The stretches of the source whose packets decide the widening: each segment with a margin, merged.
-std::vector<PacketWindow> packetWindows(const std::vector<HalfOpenRange>& segments) {
-    std::vector<PacketWindow> windows;
-    for (const HalfOpenRange& segment : segments) {
-        const Rational from = std::max(segment.start - kPacketMargin, Rational::zero());
-        const Rational to = segment.end + kPacketMargin;
-        if (!windows.empty() && from <= windows.back().to) {
-            windows.back().to = std::max(windows.back().to, to);
-        } else {
-            windows.push_back({from, to});
-        }
-    }
-    return windows;
-}
-
 // Whether `packets` show every picture of each range and a second beyond it, without a hole: then the
 // widening chose from keyframes it saw all of, and each range's pictures are known.
 bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
@@ -182,7 +167,7 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     // whole one would cost as much as copying it. The whole file only when those do not settle it. The
     // codecs are probed meanwhile.
     auto windowed = std::async(std::launch::async, [&] {
-        return probeVideoPackets(plan.originalPath, probe, packetWindows(plan.segments));
+        return probeVideoPackets(plan.originalPath, probe, windowsAround(plan.segments, kPacketMargin));
     });
     const FFProbe::StreamCodecs codecs = FFProbe::probeStreamCodecs(plan.originalPath, probe);
     StreamCopyDecision decision;

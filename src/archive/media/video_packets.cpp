@@ -71,21 +71,32 @@ bool hasFlag(const std::string& flags, std::size_t position, char flag) {
 
 }  // namespace
 
+std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin) {
+    std::vector<PacketWindow> windows;
+    for (const HalfOpenRange& range : ranges) {
+        const Rational from = std::max(range.start - margin, Rational::zero());
+        const Rational to = range.end + margin;
+        if (!windows.empty() && from <= windows.back().to) {
+            windows.back().to = std::max(windows.back().to, to);
+        } else {
+            windows.push_back({from, to});
+        }
+    }
+    return windows;
+}
+
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
-                                                   const std::vector<PacketWindow>& windows) {
-    // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one, and
-    // costs little beside reading the bytes.
-    std::vector<std::string> arguments{"-v",
-                                       "error",
-                                       "-select_streams",
-                                       "v:0",
-                                       "-show_data_hash",
-                                       "adler32",
-                                       "-show_entries",
+                                                   const std::vector<PacketWindow>& windows,
+                                                   PacketChecksums checksums) {
+    std::vector<std::string> arguments{"-v", "error", "-select_streams", "v:0"};
+    if (checksums == PacketChecksums::compute) {
+        // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one.
+        arguments.insert(arguments.end(), {"-show_data_hash", "adler32"});
+    }
+    arguments.insert(arguments.end(), {"-show_entries",
                                        "packet=pts,dts,duration,flags,data_hash:stream=time_base,start_pts:"
                                        "format=start_time",
-                                       "-of",
-                                       "json=compact=1"};
+                                       "-of", "json=compact=1"});
     std::vector<std::string> intervals;
     for (const PacketWindow& window : windows) {
         intervals.push_back(fmt::format("{}%{}", ffmpegSeconds(window.from.doubleValue()),
@@ -136,8 +147,9 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
 }
 
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
-                                           const std::vector<PacketWindow>& windows) {
-    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows), probe));
+                                           const std::vector<PacketWindow>& windows,
+                                           PacketChecksums checksums) {
+    return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows, checksums), probe));
 }
 
 std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {

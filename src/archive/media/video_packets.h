@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/media/media_probe.h"
+#include "time/half_open_range.h"
 #include "time/rational.h"
 
 #include <filesystem>
@@ -17,7 +18,8 @@ struct VideoPacket {
     Rational duration;       ///< how long the frame is shown; zero when the container does not say
     bool keyframe = false;   ///< decoding can begin here
     Rational decodeTime;     ///< when it is decoded, on the same clock; its presentation time when unsaid
-    std::string dataHash{};  ///< a checksum of its bytes, to tell a copied packet from a changed one
+    std::string dataHash{};  ///< a checksum of its bytes, to tell a copied packet from a changed one; empty
+                             ///< when not probed
 
     bool operator==(const VideoPacket&) const = default;
 };
@@ -29,10 +31,19 @@ struct PacketWindow {
     Rational to;
 };
 
-/// The ffprobe arguments that list the packets of the first video stream with a checksum of each, its time
-/// base and start: of the whole file, or of the given windows only (ascending and disjoint).
+/// The ranges widened by `margin` on both sides (not before zero), merged where they meet: windows to read
+/// the packets of the ranges and their surroundings.
+std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin);
+
+/// Whether a packet probe also reads a checksum of each packet's bytes: only proving a copy needs them, and
+/// they cost a good part of the probe.
+enum class PacketChecksums { skip, compute };
+
+/// The ffprobe arguments that list the packets of the first video stream, its time base and start: of the
+/// whole file, or of the given windows only (ascending and disjoint).
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
-                                                   const std::vector<PacketWindow>& windows = {});
+                                                   const std::vector<PacketWindow>& windows = {},
+                                                   PacketChecksums checksums = PacketChecksums::skip);
 
 /// Reads that probe's JSON answer: the packets the container shows (those it marks to be discarded, before
 /// an edit list's start, are left out), sorted by presentation time, each once (windows read from the
@@ -42,7 +53,8 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view json);
 /// The shown packets of the file's first video stream, sorted by presentation time, read with the run's
 /// ffprobe (whole, or only `windows`); throws `ProbeError`, and `RunCancelled` on a stop request.
 std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, const ProbeSetup& probe,
-                                           const std::vector<PacketWindow>& windows = {});
+                                           const std::vector<PacketWindow>& windows = {},
+                                           PacketChecksums checksums = PacketChecksums::skip);
 
 /// The times of the keyframes in sorted packets that start an open GOP, ascending: some picture decoded
 /// after such a keyframe shows before it (a leading picture), so a copy can neither start nor end there.

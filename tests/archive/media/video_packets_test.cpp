@@ -109,10 +109,26 @@ TEST(VideoPackets, DecodingStartsAtTheLastKeyframeShownAtOrBeforeATime) {
     EXPECT_FALSE(keyframeAtOrBefore({}, Rational(1)));
 }
 
+TEST(VideoPackets, WindowsAroundRangesMeetAndStopAtZero) {
+    const std::vector<PacketWindow> windows = windowsAround(
+        {{Rational(1), Rational(4)}, {Rational(10), Rational(12)}, {Rational(30), Rational(31)}},
+        Rational(3));
+    ASSERT_EQ(windows.size(), 2u);
+    EXPECT_EQ(windows[0].from, Rational::zero());
+    EXPECT_EQ(windows[0].to, Rational(15));
+    EXPECT_EQ(windows[1].from, Rational(27));
+    EXPECT_EQ(windows[1].to, Rational(34));
+}
+
 TEST(VideoPackets, ProbeAskedForTheWholeFileOrAWindow) {
     const std::vector<std::string> whole = videoPacketProbeArguments("/media/a.mov");
     EXPECT_EQ(whole.back(), "/media/a.mov");
     EXPECT_EQ(std::count(whole.begin(), whole.end(), "-read_intervals"), 0);
+    // Checksums only when asked for: they cost a good part of the probe.
+    EXPECT_EQ(std::count(whole.begin(), whole.end(), "-show_data_hash"), 0);
+    const std::vector<std::string> checked =
+        videoPacketProbeArguments("/media/a.mov", {}, PacketChecksums::compute);
+    EXPECT_EQ(std::count(checked.begin(), checked.end(), "-show_data_hash"), 1);
     const std::vector<std::string> window = videoPacketProbeArguments(
         "/media/a.mov",
         {PacketWindow{Rational(1001, 300), Rational(5)}, PacketWindow{Rational(8), Rational(9)}});

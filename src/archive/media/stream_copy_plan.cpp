@@ -88,10 +88,22 @@ struct Keyframes {
     bool isClosed(Rational keyframe) const { return !std::binary_search(open.begin(), open.end(), keyframe); }
 };
 
+// The segments, none starting before `firstPicture`: a file whose pictures start late (B-frames without an
+// edit list) shows nothing before its first one. Packets are read from the keyframe before each window, so
+// the first packet read lies after a segment's start only at the file's start.
+std::vector<HalfOpenRange> fromFirstPicture(std::vector<HalfOpenRange> segments, Rational firstPicture) {
+    for (HalfOpenRange& segment : segments) {
+        segment.start = std::max(segment.start, std::min(firstPicture, segment.end));
+    }
+    return segments;
+}
+
 std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
-                                                  const Keyframes& keyframes, Rational fileEnd) {
+                                                  const std::vector<VideoPacket>& packets,
+                                                  const Keyframes& keyframes) {
     return widenToKeyframes(
-        segments, keyframes.times, [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, fileEnd);
+        fromFirstPicture(segments, packets.front().time), keyframes.times,
+        [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, shownEndOf(packets));
 }
 
 // How many closed keyframes before a range are tried as its start when decoding from its own keyframe
@@ -150,7 +162,7 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
         return {std::nullopt, "keine Videopakete"};
     }
     const Keyframes keyframes(packets);
-    Widening widening{widened(plan.segments, keyframes, shownEndOf(packets)), ""};
+    Widening widening{widened(plan.segments, packets, keyframes), ""};
     if (!widening.ranges) {
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }

@@ -69,7 +69,24 @@ bool hasFlag(const std::string& flags, std::size_t position, char flag) {
     return flags.size() > position && flags[position] == flag;
 }
 
+VideoClock videoClockOf(const json& document) {
+    const std::optional<json> stream = firstProbeStream(document);
+    if (!stream) {
+        throw ProbeError("No video stream found in ffprobe output");
+    }
+    const Rational timeBase = streamTimeBase(*stream);
+    return {timeBase, fileOrigin(document, *stream, timeBase)};
+}
+
 }  // namespace
+
+VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& probe) {
+    return videoClockOf(
+        parsedProbeObject(FFProbe::runProbe({"-v", "error", "-select_streams", "v:0", "-show_entries",
+                                             "stream=time_base,start_pts:format=start_time", "-of",
+                                             "json=compact=1", std::filesystem::absolute(file).string()},
+                                            probe)));
+}
 
 std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin) {
     std::vector<PacketWindow> windows;
@@ -111,12 +128,7 @@ std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& 
 
 std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
     const json document = parsedProbeObject(text);
-    const std::optional<json> stream = firstProbeStream(document);
-    if (!stream) {
-        throw ProbeError("No video stream found in ffprobe output");
-    }
-    const Rational timeBase = streamTimeBase(*stream);
-    const Rational origin = fileOrigin(document, *stream, timeBase);
+    const auto [timeBase, origin] = videoClockOf(document);
     std::vector<VideoPacket> packets;
     const auto list = document.find("packets");
     if (list == document.end() || !list->is_array()) {

@@ -31,6 +31,15 @@ struct PacketWindow {
     Rational to;
 };
 
+/// How a file's first video stream counts time.
+struct VideoClock {
+    Rational timeBase;  ///< the length of one tick of its timestamps
+    Rational origin;    ///< where `-ss 0` lies on its clock: packet times are its timestamps less this
+};
+
+/// The clock of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
+VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& probe);
+
 /// The ranges widened by `margin` on both sides (not before zero), merged where they meet: windows to read
 /// the packets of the ranges and their surroundings.
 std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin);

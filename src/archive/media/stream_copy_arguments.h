@@ -13,9 +13,9 @@ namespace tidyreel {
 /// What a stream copy reads from.
 struct CopySource {
     std::filesystem::path file;
-    VideoClock clock;                      ///< of its first video stream
-    std::vector<VideoPacket> packets;      ///< its shown video packets around the ranges, sorted by time
-    Rational halfFrame;                    ///< keeps thresholds between pictures clear of rounding
+    VideoClock clock;                  ///< of its first video stream
+    std::vector<VideoPacket> packets;  ///< its shown video packets around the ranges' ends, sorted by time
+    Rational halfFrame;                ///< keeps thresholds between pictures clear of rounding
     std::vector<std::string> audioCodecs;  ///< of each of its sound streams, in order
 };
 

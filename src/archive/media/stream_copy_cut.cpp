@@ -36,9 +36,8 @@ std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
 // The written file must hold exactly the source's packets, each at its time and with its bytes, the first
 // a keyframe at zero. This is what lets the archive trust the file without decoding it: its pictures are
 // the source's own.
-void requireSourcePackets(const std::filesystem::path& written, const std::vector<VideoPacket>& expected,
-                          const ProbeSetup& probe) {
-    const std::vector<VideoPacket> packets = probeVideoPackets(written, probe, {}, PacketChecksums::compute);
+void requireSourcePackets(const std::filesystem::path& written, const std::vector<VideoPacket>& packets,
+                          const std::vector<VideoPacket>& expected) {
     // A packet without a checksum proves nothing.
     const auto differs = [](const VideoPacket& a, const VideoPacket& b) {
         return a.time != b.time || a.dataHash.empty() || a.dataHash != b.dataHash;
@@ -85,23 +84,18 @@ bool noRoomLeftBeside(const std::filesystem::path& file) {
     return !status && space.available < kNoRoom;
 }
 
-// Gives the packets inside the ranges the checksums of `probed`, the same file's packets read again;
-// false when one of them is not among those.
-bool adoptChecksums(std::vector<VideoPacket>& packets, const std::vector<VideoPacket>& probed,
-                    const std::vector<HalfOpenRange>& ranges) {
-    bool complete = true;
-    for (VideoPacket& packet : packets) {
-        const auto found =
-            std::lower_bound(probed.begin(), probed.end(), packet.time,
-                             [](const VideoPacket& p, Rational time) { return p.time < time; });
-        if (found != probed.end() && found->time == packet.time) {
-            packet.dataHash = found->dataHash;
-        } else if (std::any_of(ranges.begin(), ranges.end(),
-                               [&](const HalfOpenRange& range) { return range.contains(packet.time); })) {
-            complete = false;
-        }
-    }
-    return complete;
+// Whether `packets` hold each range's first picture and one within its last frame and a half: read from one
+// keyframe on without a gap, they then hold all of the range's.
+bool coverRanges(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
+                 Rational halfFrame) {
+    return std::all_of(ranges.begin(), ranges.end(), [&](const HalfOpenRange& range) {
+        const auto shows = [&](Rational from, Rational to) {
+            return std::any_of(packets.begin(), packets.end(), [&](const VideoPacket& packet) {
+                return packet.time >= from && packet.time < to;
+            });
+        };
+        return shows(range.start, range.start + halfFrame) && shows(range.end - halfFrame * 3, range.end);
+    });
 }
 
 // Each range's start in the written file must decode without a complaint, as it did in the source: a
@@ -117,18 +111,28 @@ void requireCleanJoins(const std::filesystem::path& written, const std::vector<H
     }
 }
 
+// The packets of a file's first video stream with their checksums, read beside other work.
+std::future<std::vector<VideoPacket>> checksummedPackets(const std::filesystem::path& file,
+                                                         const ProbeSetup& probe,
+                                                         const std::vector<PacketWindow>& windows) {
+    return std::async(std::launch::async,
+                      [=] { return probeVideoPackets(file, probe, windows, PacketChecksums::compute); });
+}
+
 // The written file must show the source's own pictures, each where it belongs, and decode cleanly across
-// each join. `checksummed` are the source's packets around the ranges read again with their checksums.
+// each join. Three readings run side by side: the source's kept packets (a second around each range allows
+// for the clock's rounding; the whole file's where that does not cover them), the written file's, and the
+// decoding at each join. After the copy, not beside it, where they would slow it down by more.
 void proveCopy(const CopySource& source, const std::vector<HalfOpenRange>& ranges,
-               const std::vector<VideoPacket>& checksummed, const std::filesystem::path& output,
-               const ProbeSetup& probe) {
-    std::vector<VideoPacket> packets = source.packets;
-    if (!adoptChecksums(packets, checksummed, ranges)) {
-        adoptChecksums(packets, probeVideoPackets(source.file, probe, {}, PacketChecksums::compute), ranges);
-    }
-    // Both read the written file; they run side by side.
+               const std::filesystem::path& output, const ProbeSetup& probe) {
+    auto kept = checksummedPackets(source.file, probe, windowsAround(ranges, Rational::one(), source.clock));
+    auto written = checksummedPackets(output, probe, {});
     auto joins = std::async(std::launch::async, [&] { requireCleanJoins(output, ranges, probe); });
-    requireSourcePackets(output, packetsAsCopied(packets, ranges), probe);
+    std::vector<VideoPacket> sourcePackets = kept.get();
+    if (!coverRanges(sourcePackets, ranges, source.halfFrame)) {
+        sourcePackets = probeVideoPackets(source.file, probe, {}, PacketChecksums::compute);
+    }
+    requireSourcePackets(output, written.get(), packetsAsCopied(sourcePackets, ranges));
     joins.get();
 }
 
@@ -160,19 +164,12 @@ void copyRanges(const CopySource& source, const std::vector<HalfOpenRange>& rang
                 const std::filesystem::path& output, const std::string& assetID, const ExportContext& context,
                 const ToolProgress& progress) {
     const ProbeSetup probe = probeSetupOf(context);
-    // The source's bytes of the kept packets are read while they are copied. A second around each range
-    // allows for a clock that starts late; where that is not enough, the whole file is read.
-    const std::shared_future<std::vector<VideoPacket>> checksummed =
-        std::async(std::launch::async, [&] {
-            return probeVideoPackets(source.file, probe, windowsAround(ranges, Rational::one()),
-                                     PacketChecksums::compute);
-        }).share();
     const std::string label = ranges.size() == 1
                                   ? "Trim (Stream-Copy)"
                                   : fmt::format("Trim (Stream-Copy, {} Segmente)", ranges.size());
     try {
         copyBySeeking(source, ranges, output, assetID, label, context, progress);
-        proveCopy(source, ranges, checksummed.get(), output, probe);
+        proveCopy(source, ranges, output, probe);
         return;
     } catch (const RunCancelled&) {
         throw;
@@ -181,13 +178,13 @@ void copyRanges(const CopySource& source, const std::vector<HalfOpenRange>& rang
             throw;
         }
         context.log(
-            LogEntryType::warning,
+            LogEntryType::info,
             fmt::format("       Stream-Copy mit Sprüngen nicht exakt ({}), wird durchgelesen", error.what()));
         std::error_code ignored;
         std::filesystem::remove(output, ignored);
     }
     runFFmpeg(readThroughCopyArguments(source, ranges, output), label, std::nullopt, context, progress);
-    proveCopy(source, ranges, checksummed.get(), output, probe);
+    proveCopy(source, ranges, output, probe);
 }
 
 }  // namespace
@@ -199,15 +196,13 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
                                  const std::filesystem::path& output, ArchiveExportContext& context,
                                  const ToolProgress& progress) {
     try {
-        auto clock =
-            std::async(std::launch::async, [&] { return probeVideoClock(source, probeSetupOf(context)); });
         StreamCopyDecision decision = planStreamCopy(plan, probeSetupOf(context));
         if (decision.reencodeReason) {
             throw StreamCopyUnsuitable(*decision.reencodeReason);
         }
         logWidening(decision, context);
-        const CopySource copy{source, clock.get(), std::move(decision.sourcePackets), *plan.frameDuration / 2,
-                              std::move(decision.audioCodecs)};
+        const CopySource copy{source, decision.clock, std::move(decision.sourcePackets),
+                              *plan.frameDuration / 2, std::move(decision.audioCodecs)};
         copyRanges(copy, decision.ranges, output, plan.assetID, context, progress);
         return {decision.ranges, std::vector<Rational>(decision.ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {

@@ -49,33 +49,42 @@ std::vector<Rational> keyframeTimes(const std::vector<VideoPacket>& packets) {
     return times;
 }
 
-// How far around each segment the source's packets are read first: longer than camera GOPs, so that the
-// keyframes a segment widens to lie inside; a second past a widened end shows whether its keyframe has
-// leading pictures.
+// How far before a segment's start and after its end the source's packets are read first: longer than
+// camera GOPs, so that the keyframes a segment widens to lie inside. A second on from a widened start and
+// around a widened end shows the pictures there, and whether the end's keyframe has leading pictures.
 const Rational kPacketMargin(6);
 const Rational kBeyondEnd(1);
 
-// Whether `packets` show every picture of each range and a second beyond it, without a hole: then the
-// widening chose from keyframes it saw all of, and each range's pictures are known.
-bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
+// The stretches of a range whose pictures the planning must see: its start, and its end with a second past.
+std::vector<HalfOpenRange> boundaryStretches(const std::vector<HalfOpenRange>& ranges,
+                                             Rational marginOutside) {
+    std::vector<HalfOpenRange> stretches;
+    for (const HalfOpenRange& range : ranges) {
+        stretches.push_back({range.start - marginOutside, std::min(range.start + kBeyondEnd, range.end)});
+        stretches.push_back(
+            {std::max(range.end - kBeyondEnd, range.start), range.end + marginOutside + kBeyondEnd});
+    }
+    return stretches;
+}
+
+// Whether `packets` show every picture of each stretch without a hole, from its start on: then the
+// widening chose from keyframes it saw all of.
+bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& stretches,
                        Rational frame) {
     const Rational largestStep = frame * Rational(3, 2);
-    for (const HalfOpenRange& range : ranges) {
+    return std::all_of(stretches.begin(), stretches.end(), [&](const HalfOpenRange& stretch) {
         std::optional<Rational> previous;
         for (const VideoPacket& packet : packets) {
-            if (packet.time < range.start || packet.time > range.end + kBeyondEnd) {
+            if (packet.time < stretch.start || packet.time > stretch.end) {
                 continue;
             }
-            if (previous ? packet.time - *previous > largestStep : packet.time != range.start) {
+            if (packet.time - previous.value_or(stretch.start) > largestStep) {
                 return false;
             }
             previous = packet.time;
         }
-        if (!previous || *previous + largestStep < range.end + kBeyondEnd) {
-            return false;
-        }
-    }
-    return true;
+        return previous && *previous + largestStep >= stretch.end;
+    });
 }
 
 // The keyframes of sorted packets, and which of them start an open GOP.
@@ -89,8 +98,7 @@ struct Keyframes {
 };
 
 // The segments, none starting before `firstPicture`: a file whose pictures start late (B-frames without an
-// edit list) shows nothing before its first one. Packets are read from the keyframe before each window, so
-// the first packet read lies after a segment's start only at the file's start.
+// edit list) shows nothing before its first one.
 std::vector<HalfOpenRange> fromFirstPicture(std::vector<HalfOpenRange> segments, Rational firstPicture) {
     for (HalfOpenRange& segment : segments) {
         segment.start = std::max(segment.start, std::min(firstPicture, segment.end));
@@ -99,11 +107,9 @@ std::vector<HalfOpenRange> fromFirstPicture(std::vector<HalfOpenRange> segments,
 }
 
 std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
-                                                  const std::vector<VideoPacket>& packets,
-                                                  const Keyframes& keyframes) {
+                                                  const Keyframes& keyframes, Rational fileEnd) {
     return widenToKeyframes(
-        fromFirstPicture(segments, packets.front().time), keyframes.times,
-        [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, shownEndOf(packets));
+        segments, keyframes.times, [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, fileEnd);
 }
 
 // How many closed keyframes before a range are tried as its start when decoding from its own keyframe
@@ -162,7 +168,7 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
         return {std::nullopt, "keine Videopakete"};
     }
     const Keyframes keyframes(packets);
-    Widening widening{widened(plan.segments, packets, keyframes), ""};
+    Widening widening{widened(plan.segments, keyframes, shownEndOf(packets)), ""};
     if (!widening.ranges) {
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }
@@ -175,33 +181,39 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
 }  // namespace
 
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe) {
-    // Only the stretches around the segments are read first: camera originals are long, and reading a
-    // whole one would cost as much as copying it. The whole file only when those do not settle it. The
+    // Only the stretches around the segments' ends are read first: camera originals are long, and reading
+    // what is kept would cost as much as copying it. The whole file only when those do not settle it. The
     // codecs are probed meanwhile.
-    auto windowed = std::async(std::launch::async, [&] {
-        return probeVideoPackets(plan.originalPath, probe, windowsAround(plan.segments, kPacketMargin));
-    });
-    const FFProbe::StreamCodecs codecs = FFProbe::probeStreamCodecs(plan.originalPath, probe);
+    auto codecs =
+        std::async(std::launch::async, [&] { return FFProbe::probeStreamCodecs(plan.originalPath, probe); });
     StreamCopyDecision decision;
-    decision.sourcePackets = windowed.get();
-    decision.audioCodecs = codecs.audio;
-    decision.reencodeReason = obstacle(plan, codecs.video);
+    decision.clock = probeVideoClock(plan.originalPath, probe);
+    TrimPlan fromPictures = plan;
+    fromPictures.segments = fromFirstPicture(plan.segments, decision.clock.firstPicture);
+    decision.sourcePackets =
+        probeVideoPackets(plan.originalPath, probe,
+                          windowsAround(boundaryStretches(fromPictures.segments, kPacketMargin),
+                                        Rational::zero(), decision.clock));
+    const FFProbe::StreamCodecs streams = codecs.get();
+    decision.audioCodecs = streams.audio;
+    decision.reencodeReason = obstacle(plan, streams.video);
     if (decision.reencodeReason) {
         decision.sourcePackets.clear();
         return decision;
     }
-    Widening widening = cleanlyWidened(plan, decision.sourcePackets, probe);
+    Widening widening = cleanlyWidened(fromPictures, decision.sourcePackets, probe);
     if (!widening.ranges ||
-        !showsEveryPicture(decision.sourcePackets, *widening.ranges, *plan.frameDuration)) {
+        !showsEveryPicture(decision.sourcePackets, boundaryStretches(*widening.ranges, Rational::zero()),
+                           *plan.frameDuration)) {
         decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
-        widening = cleanlyWidened(plan, decision.sourcePackets, probe);
+        widening = cleanlyWidened(fromPictures, decision.sourcePackets, probe);
     }
     if (!widening.ranges) {
         decision.reencodeReason = widening.failure;
         return decision;
     }
     decision.ranges = *widening.ranges;
-    decision.extraSeconds = totalLength(decision.ranges) - totalLength(plan.segments);
+    decision.extraSeconds = totalLength(decision.ranges) - totalLength(fromPictures.segments);
     return decision;
 }
 

@@ -15,12 +15,14 @@ struct StreamCopyDecision {
     std::vector<HalfOpenRange> ranges;          ///< the kept ranges widened to closed keyframes, in order
     Rational extraSeconds;                      ///< how much longer they are than the planned segments
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
-    std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets the ranges were chosen from
+    std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets around the segments' ends (or
+                                                ///< all), which the ranges were chosen from
     std::vector<std::string> audioCodecs;       ///< the source's sound streams, each cut with the pictures
+    VideoClock clock;                           ///< how the source's video counts time
 };
 
-/// Decides the stream copy of the plan's source: its codec, then its packets around the segments (the whole
-/// file's when those do not show every picture of the widened ranges), from which the keyframes and their
+/// Decides the stream copy of the plan's source: its codec, then its packets around the segments' ends (the
+/// whole file's when those do not show every picture there), from which the keyframes and their
 /// closedness (leading pictures in decoding order) are read; each segment widens outward over open
 /// keyframes to closed ones (the file's end at worst), and its start further back while decoding from it
 /// complains (the file's start at worst). Throws `ProbeError`, `RunCancelled`.

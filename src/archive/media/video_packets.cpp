@@ -75,7 +75,9 @@ VideoClock videoClockOf(const json& document) {
         throw ProbeError("No video stream found in ffprobe output");
     }
     const Rational timeBase = streamTimeBase(*stream);
-    return {timeBase, fileOrigin(document, *stream, timeBase)};
+    const Rational origin = fileOrigin(document, *stream, timeBase);
+    const std::optional<std::int64_t> startPts = probeInteger(*stream, "start_pts");
+    return {timeBase, origin, startPts ? Rational(*startPts) * timeBase - origin : Rational::zero()};
 }
 
 }  // namespace
@@ -88,7 +90,10 @@ VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& 
                                             probe)));
 }
 
-std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin) {
+std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Rational margin,
+                                        const VideoClock& clock) {
+    std::sort(ranges.begin(), ranges.end(),
+              [](const HalfOpenRange& a, const HalfOpenRange& b) { return a.start < b.start; });
     std::vector<PacketWindow> windows;
     for (const HalfOpenRange& range : ranges) {
         const Rational from = std::max(range.start - margin, Rational::zero());
@@ -98,6 +103,10 @@ std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges
         } else {
             windows.push_back({from, to});
         }
+    }
+    for (PacketWindow& window : windows) {
+        window.from = window.from + clock.origin;
+        window.to = window.to + clock.origin;
     }
     return windows;
 }
@@ -128,7 +137,9 @@ std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& 
 
 std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
     const json document = parsedProbeObject(text);
-    const auto [timeBase, origin] = videoClockOf(document);
+    const VideoClock clock = videoClockOf(document);
+    const Rational timeBase = clock.timeBase;
+    const Rational origin = clock.origin;
     std::vector<VideoPacket> packets;
     const auto list = document.find("packets");
     if (list == document.end() || !list->is_array()) {

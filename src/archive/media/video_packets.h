@@ -33,16 +33,20 @@ struct PacketWindow {
 
 /// How a file's first video stream counts time.
 struct VideoClock {
-    Rational timeBase;  ///< the length of one tick of its timestamps
-    Rational origin;    ///< where `-ss 0` lies on its clock: packet times are its timestamps less this
+    Rational timeBase;      ///< the length of one tick of its timestamps
+    Rational origin;        ///< where `-ss 0` lies on its clock: packet times are its timestamps less this
+    Rational firstPicture;  ///< when its first picture shows, as packet times count: later than zero in a
+                            ///< file whose pictures start late (B-frames without an edit list)
 };
 
 /// The clock of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.
 VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& probe);
 
-/// The ranges widened by `margin` on both sides (not before zero), merged where they meet: windows to read
-/// the packets of the ranges and their surroundings.
-std::vector<PacketWindow> windowsAround(const std::vector<HalfOpenRange>& ranges, Rational margin);
+/// The ranges (media time since the file's start, in any order, overlapping or not) widened by `margin` on
+/// both sides (not before the file's start), merged where they meet, ascending, on the stream's clock:
+/// windows to read the packets of the ranges and their surroundings.
+std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Rational margin,
+                                        const VideoClock& clock);
 
 /// Whether a packet probe also reads a checksum of each packet's bytes: only proving a copy needs them, and
 /// they cost a good part of the probe.

@@ -109,15 +109,16 @@ TEST(VideoPackets, DecodingStartsAtTheLastKeyframeShownAtOrBeforeATime) {
     EXPECT_FALSE(keyframeAtOrBefore({}, Rational(1)));
 }
 
-TEST(VideoPackets, WindowsAroundRangesMeetAndStopAtZero) {
-    const std::vector<PacketWindow> windows = windowsAround(
-        {{Rational(1), Rational(4)}, {Rational(10), Rational(12)}, {Rational(30), Rational(31)}},
-        Rational(3));
+TEST(VideoPackets, WindowsAroundRangesMeetStopAtTheStartAndFollowTheStreamClock) {
+    // Given out of order; the stream's clock starts 10 s after the file's own.
+    const std::vector<PacketWindow> windows =
+        windowsAround({{Rational(30), Rational(31)}, {Rational(1), Rational(4)}, {Rational(10), Rational(12)}},
+                      Rational(3), VideoClock{Rational(1, 90000), Rational(10), Rational::zero()});
     ASSERT_EQ(windows.size(), 2u);
-    EXPECT_EQ(windows[0].from, Rational::zero());
-    EXPECT_EQ(windows[0].to, Rational(15));
-    EXPECT_EQ(windows[1].from, Rational(27));
-    EXPECT_EQ(windows[1].to, Rational(34));
+    EXPECT_EQ(windows[0].from, Rational(10));
+    EXPECT_EQ(windows[0].to, Rational(25));
+    EXPECT_EQ(windows[1].from, Rational(37));
+    EXPECT_EQ(windows[1].to, Rational(44));
 }
 
 TEST(VideoPackets, ProbeAskedForTheWholeFileOrAWindow) {

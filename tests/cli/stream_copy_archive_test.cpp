@@ -53,6 +53,11 @@ const std::vector<CopyMedia>& copyMedia() {
         {"prores", "ProRes422.mov", "25", Rational(1, 25), "-c:v prores_ks -profile:v 2 -c:a pcm_s24le", 0},
         {"dnxhr", "DNxHR.mov", "25", Rational(1, 25),
          "-s 256x144 -c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -c:a pcm_s16le", 0},
+        // Ticks of 100 ns: most keyframes lie between two microseconds.
+        {"fine", "FineTicks.mov", "30000/1001", Rational(1001, 30000),
+         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 2 -g 7 -pix_fmt yuv420p -c:a pcm_s16le "
+         "-video_track_timescale 10000000",
+         0},
         // A clock that starts late, as after a cut in another tool.
         {"late", "LateClock.mov", "25", Rational(1, 25),
          "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 2 -g 50 -pix_fmt yuv420p -c:a pcm_s16le "

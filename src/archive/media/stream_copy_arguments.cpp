@@ -122,6 +122,10 @@ std::int64_t microsecondsDown(Rational seconds) {
     return seconds.frameNumber(kMicrosecond);
 }
 
+std::int64_t microsecondsUp(Rational seconds) {
+    return -(-seconds).frameNumber(kMicrosecond);
+}
+
 // A count of microseconds in the concat list's notation, "-1.500000" for -1500000.
 std::string listSeconds(std::int64_t microseconds) {
     const std::int64_t magnitude = microseconds < 0 ? -microseconds : microseconds;
@@ -137,7 +141,8 @@ std::int64_t roundedHalfAway(Rational value) {
 
 // One range as a list entry, and what the demuxer then adds to its timestamps.
 struct ListEntry {
-    std::int64_t inpoint;                  ///< µs on the source's clock: the range's keyframe, rounded down
+    std::int64_t inpoint;                  ///< µs on the source's clock: the range's keyframe, rounded up
+                                           ///< (a seek lands on the last keyframe at or before it)
     std::optional<std::int64_t> outpoint;  ///< µs: the decoding time of the packet after the range
     std::int64_t start;                    ///< µs: where the entry begins in the list's own time
     std::int64_t correction;               ///< ticks the demuxer's shift falls short of the exact one
@@ -162,7 +167,7 @@ std::vector<ListEntry> listEntries(const CopySource& source, const std::vector<H
     const Rational tick = source.clock.timeBase;
     std::vector<ListEntry> entries;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
-        ListEntry entry{microsecondsDown(ranges[i].start + origin), std::nullopt, microsecondsDown(starts[i]),
+        ListEntry entry{microsecondsUp(ranges[i].start + origin), std::nullopt, microsecondsDown(starts[i]),
                         0};
         if (const auto after = decodingTimeAfter(source.packets, ranges[i])) {
             entry.outpoint = microsecondsDown(*after + origin);
@@ -262,7 +267,9 @@ std::vector<std::string> seekingCopyArguments(const CopySource& source,
     std::vector<std::string> arguments{"-nostdin", "-copyts",       "-f", "concat", "-safe",
                                        "0",        "-auto_convert", "0",  "-i",     list.string()};
     appendSound(arguments, source, ranges, source.clock.origin);
-    arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy"});
+    // The first packet can arrive a few ticks before zero, where the microseconds rounded its keyframe up;
+    // the correction moves it back to zero.
+    arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy", "-copypriorss", "1"});
     const std::vector<std::string> correction = correctionFilter(source, ranges);
     arguments.insert(arguments.end(), correction.begin(), correction.end());
     appendOutput(arguments, source, output);

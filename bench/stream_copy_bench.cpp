@@ -1,7 +1,9 @@
 // Lossless trimming against the two things it replaces, side by side in one run: the default libx265
 // re-encode of the same segments (on two minutes of 1080p H.264, where libx265 still finishes in minutes),
-// and plain cp of the bytes it writes (on ten minutes of it, the volume of a camera original).
+// and plain cp of the bytes it writes (on ten minutes of it, the volume of a camera original). With
+// STREAM_COPY_BENCH_COLD set (as root), each side starts with the page cache dropped instead of warm.
 #include "archive/media/encoder_profile.h"
+#include "archive/media/stream_copy_arguments.h"
 #include "archive/media/stream_copy_cut.h"
 #include "archive/media/tool_runner.h"
 
@@ -11,6 +13,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -63,6 +66,10 @@ tidyreel::TrimPlan benchPlan(int seconds) {
 // Reads a file into the page cache and writes out what earlier runs left unwritten, so that each side
 // starts from the same state: its input in memory, nothing pending on the disk.
 void warmUp(const fs::path& file) {
+    if (std::getenv("STREAM_COPY_BENCH_COLD")) {
+        shell("sync && echo 3 > /proc/sys/vm/drop_caches");
+        return;
+    }
     shell("sync && cat '" + file.string() + "' > /dev/null");
 }
 
@@ -92,6 +99,31 @@ void streamCopyCut(benchmark::State& state) {
     state.counters["written_MB"] = written / 1e6;
     state.counters["bound_MB"] =
         (keptSeconds + gopSeconds * static_cast<double>(plan.segments.size())) * bytesPerSecond / 1e6;
+}
+
+// The ffmpeg run of the same cut alone, without planning and proof, made durable like the others: what
+// ffmpeg's remux costs beside cp.
+void ffmpegCopyRunAlone(benchmark::State& state) {
+    const int seconds = static_cast<int>(state.range(0));
+    const tidyreel::TrimPlan plan = benchPlan(seconds);
+    const tidyreel::StreamCopyDecision decision = tidyreel::planStreamCopy(plan, {});
+    const tidyreel::CopySource source{longGOPFile(seconds), decision.clock, decision.sourcePackets,
+                                      kFrame / 2, decision.audioCodecs};
+    const fs::path list = workFolder() / "ranges.ffconcat";
+    std::ofstream(list) << tidyreel::rangeListText(source, decision.ranges);
+    const fs::path output = workFolder() / "run_alone.mov";
+    tidyreel::ExportContext context;
+    for (auto _ : state) {
+        state.PauseTiming();
+        fs::remove(output);
+        warmUp(longGOPFile(seconds));
+        state.ResumeTiming();
+        tidyreel::runFFmpeg(tidyreel::seekingCopyArguments(source, decision.ranges, list, output), "Trim",
+                            std::nullopt, context);
+        shell("sync");
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(fs::file_size(output)));
 }
 
 // cp of the file the stream copy wrote, made durable like it (sync) for a fair comparison.
@@ -127,6 +159,7 @@ void libx265Cut(benchmark::State& state) {
 
 // Tool processes run outside this process: wall-clock time is what counts.
 BENCHMARK(streamCopyCut)->Arg(120)->Arg(600)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
+BENCHMARK(ffmpegCopyRunAlone)->Arg(600)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 BENCHMARK(plainCpOfTheWrittenBytes)->Arg(600)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 BENCHMARK(libx265Cut)->Arg(120)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 

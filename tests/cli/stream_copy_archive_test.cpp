@@ -50,6 +50,9 @@ const std::vector<CopyMedia>& copyMedia() {
          "-c:v libx265 -pix_fmt yuv420p10le -tag:v hvc1 -x265-params "
          "keyint=50:open-gop=0:scenecut=0:log-level=error -c:a aac",
          0},
+        // Open GOPs throughout, as MPEG-2 cameras write them: cut by leaving leading pictures out.
+        {"xdcam", "XDCAM.mov", "25", Rational(1, 25),
+         "-c:v mpeg2video -g 12 -bf 2 -b:v 4M -pix_fmt yuv422p -c:a pcm_s16le", 0},
         {"prores", "ProRes422.mov", "25", Rational(1, 25), "-c:v prores_ks -profile:v 2 -c:a pcm_s24le", 0},
         {"dnxhr", "DNxHR.mov", "25", Rational(1, 25),
          "-s 256x144 -c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -c:a pcm_s16le", 0},

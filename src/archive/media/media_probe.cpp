@@ -131,13 +131,22 @@ ProbeResult parseCodecProbe(std::string_view text) {
 }
 
 Rational parseDurationProbe(std::string_view text) {
-    const std::optional<nlohmann::json> stream = firstProbeStream(parsedProbeObject(text));
+    const nlohmann::json document = parsedProbeObject(text);
+    const std::optional<nlohmann::json> stream = firstProbeStream(document);
     if (!stream) {
         throw ProbeError(kNoDuration);
     }
     const std::optional<ProbeTimeBase> timeBase = parsedProbeTimeBase(probeText(*stream, "time_base", ""));
     const std::optional<std::int64_t> durationTs = probeInteger(*stream, "duration_ts");
     if (!timeBase || !durationTs) {
+        // Matroska and WebM keep no stream length, only the file's.
+        const auto format = document.find("format");
+        if (const std::optional<Rational> fileLength =
+                format != document.end() && format->is_object()
+                    ? probeDecimalSeconds(probeText(*format, "duration", ""))
+                    : std::nullopt) {
+            return *fileLength;
+        }
         throw ProbeError(kNoDuration);
     }
     std::int64_t product = 0;

@@ -3,6 +3,8 @@
 #include "archive/media/media_probe.h"
 #include "time/rational.h"
 
+#include <algorithm>
+
 namespace tidyreel {
 
 using nlohmann::json;
@@ -52,6 +54,21 @@ std::optional<std::int64_t> probeInteger(const json& object, const char* key) {
 std::string probeText(const json& object, const char* key, const std::string& fallback) {
     const auto value = object.find(key);
     return value != object.end() && value->is_string() ? value->get<std::string>() : fallback;
+}
+
+std::optional<Rational> probeDecimalSeconds(const std::string& text) {
+    const std::size_t point = text.find('.');
+    const std::string fraction = point == std::string::npos ? "" : text.substr(point + 1);
+    const std::optional<std::int64_t> whole = detail::parseInt64(text.substr(0, point));
+    if (!whole || fraction.size() > 9 || !std::all_of(fraction.begin(), fraction.end(), ::isdigit)) {
+        return std::nullopt;
+    }
+    std::int64_t scale = 1;
+    for (std::size_t i = 0; i < fraction.size(); ++i) {
+        scale *= 10;
+    }
+    const Rational part = fraction.empty() ? Rational::zero() : Rational(std::stoll(fraction), scale);
+    return text.starts_with('-') ? Rational(*whole) - part : Rational(*whole) + part;
 }
 
 std::optional<ProbeTimeBase> parsedProbeTimeBase(const std::string& text) {

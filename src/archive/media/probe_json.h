@@ -1,5 +1,7 @@
 #pragma once
 
+#include "time/rational.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
@@ -20,6 +22,10 @@ std::optional<std::int64_t> probeInteger(const nlohmann::json& object, const cha
 
 /// The text under `key`, or `fallback` when it is missing or no text.
 std::string probeText(const nlohmann::json& object, const char* key, const std::string& fallback);
+
+/// A decimal such as "-0.021333" as an exact value: ffprobe prints times in seconds this way (a file's start
+/// time and duration, to the microsecond they are kept in); no value for anything else.
+std::optional<Rational> probeDecimalSeconds(const std::string& text);
 
 /// A stream time base "numerator/denominator" with a non-zero denominator.
 struct ProbeTimeBase {

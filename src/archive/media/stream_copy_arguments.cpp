@@ -148,17 +148,47 @@ struct ListEntry {
     std::int64_t correction;               ///< ticks the demuxer's shift falls short of the exact one
 };
 
-// The decoding time of the first packet after `range`, on the file's clock; none when the range reaches the
-// end. A range from closed keyframe to keyframe decodes entirely before it.
-std::optional<Rational> decodingTimeAfter(const std::vector<VideoPacket>& packets,
-                                          const HalfOpenRange& range) {
-    std::optional<Rational> after;
+// The first packet decoded of those shown from the end of `range` on; none when the range reaches the end.
+// A range from keyframe to keyframe (or to the first leading picture of an open one) decodes entirely
+// before it.
+std::optional<VideoPacket> packetAfter(const std::vector<VideoPacket>& packets, const HalfOpenRange& range) {
+    std::optional<VideoPacket> after;
     for (const VideoPacket& packet : packets) {
-        if (packet.time >= range.end) {
-            after = after ? std::min(*after, packet.decodeTime) : packet.decodeTime;
+        if (packet.time >= range.end && (!after || packet.decodeTime < after->decodeTime)) {
+            after = packet;
         }
     }
     return after;
+}
+
+// The leading pictures of each range's keyframe: shown before the range, they need pictures it leaves out.
+std::vector<VideoPacket> leadingPicturesAtStarts(const CopySource& source,
+                                                 const std::vector<HalfOpenRange>& ranges) {
+    std::vector<VideoPacket> leading;
+    for (const HalfOpenRange& range : ranges) {
+        const std::vector<VideoPacket> ofRange = leadingPictures(source.packets, range.start);
+        leading.insert(leading.end(), ofRange.begin(), ofRange.end());
+    }
+    return leading;
+}
+
+// Whether a range begins or ends inside an open GOP: it starts at a keyframe whose leading pictures it
+// leaves out, or stops before those of the keyframe after it.
+bool cutsOpenGOP(const CopySource& source, const std::vector<HalfOpenRange>& ranges) {
+    return !leadingPicturesAtStarts(source, ranges).empty() ||
+           std::any_of(ranges.begin(), ranges.end(), [&](const HalfOpenRange& range) {
+               const std::optional<VideoPacket> after = packetAfter(source.packets, range);
+               return after && after->time != range.end;
+           });
+}
+
+// Decoding times counted anew: the n-th packet written decodes at the time of the picture (n − depth − 1)
+// frames from zero. Across a cut in an open GOP the packets decode in an order the source never had, and
+// the demuxer's times would run backwards at the join; counted anew they rise and stay at or before each
+// packet's presentation time, as the pictures lie back to back on the frame grid from zero.
+std::string renumberedDecodingTimes(const CopySource& source) {
+    const Rational ticksPerFrame = source.halfFrame * 2 / source.clock.timeBase;
+    return fmt::format("round((N-{})*{})", reorderDepth(source.packets) + 1, preciseSeconds(ticksPerFrame));
 }
 
 std::vector<ListEntry> listEntries(const CopySource& source, const std::vector<HalfOpenRange>& ranges) {
@@ -169,8 +199,8 @@ std::vector<ListEntry> listEntries(const CopySource& source, const std::vector<H
     for (std::size_t i = 0; i < ranges.size(); ++i) {
         ListEntry entry{microsecondsUp(ranges[i].start + origin), std::nullopt, microsecondsDown(starts[i]),
                         0};
-        if (const auto after = decodingTimeAfter(source.packets, ranges[i])) {
-            entry.outpoint = microsecondsDown(*after + origin);
+        if (const auto after = packetAfter(source.packets, ranges[i])) {
+            entry.outpoint = microsecondsDown(after->decodeTime + origin);
         }
         // The demuxer moves an entry's packets by (start − inpoint), rescaled to ticks; the range's pictures
         // belong at (their back-to-back start − the range's start).
@@ -192,12 +222,30 @@ std::string quotedPath(const std::filesystem::path& path) {
     return quoted + "'";
 }
 
-// Moves each range's packets the ticks the demuxer's microseconds fell short of; nothing when none did.
-std::vector<std::string> correctionFilter(const CopySource& source,
-                                          const std::vector<HalfOpenRange>& ranges) {
+// Leaves out the leading pictures of each range's keyframe, told apart by where they lie in the file: at a
+// join they share their timestamps with the last pictures of the range before.
+std::vector<std::string> leadingPicturesLeftOut(const CopySource& source,
+                                                const std::vector<HalfOpenRange>& ranges) {
+    std::vector<std::string> positions;
+    for (const VideoPacket& packet : leadingPicturesAtStarts(source, ranges)) {
+        positions.push_back(fmt::format("eq(pos,{})", packet.position));
+        if (packet.position < 0) {
+            return {};  // a container that does not say: the proof sees them, and the copy reads through
+        }
+    }
+    if (positions.empty()) {
+        return {};
+    }
+    return {fmt::format("noise=drop='{}'", fmt::join(positions, "+"))};
+}
+
+// Moves each range's packets the ticks the demuxer's microseconds fell short of, and counts decoding times
+// anew across cuts in open GOPs; nothing when neither is needed.
+std::vector<std::string> timestampFilter(const CopySource& source, const std::vector<HalfOpenRange>& ranges) {
     const std::vector<ListEntry> entries = listEntries(source, ranges);
-    if (std::all_of(entries.begin(), entries.end(),
-                    [](const ListEntry& entry) { return entry.correction == 0; })) {
+    const bool renumber = cutsOpenGOP(source, ranges);
+    if (!renumber && std::all_of(entries.begin(), entries.end(),
+                                 [](const ListEntry& entry) { return entry.correction == 0; })) {
         return {};
     }
     std::vector<std::string> shifts;
@@ -205,13 +253,25 @@ std::vector<std::string> correctionFilter(const CopySource& source,
         shifts.push_back(fmt::format("{}", entry.correction));
     }
     const std::string shift = shiftByRange(backToBackStarts(ranges), shifts, source.halfFrame);
-    return {"-bsf:v", fmt::format("setts=pts='PTS+{}':dts='DTS+{}'", shift, shift)};
+    return {fmt::format("setts=pts='PTS+{}':dts='{}'", shift,
+                        renumber ? renumberedDecodingTimes(source) : "DTS+" + shift)};
+}
+
+// The video's bitstream filters: the chain of those needed, or no option at all.
+std::vector<std::string> videoFilterArguments(const std::vector<std::string>& filters) {
+    if (filters.empty()) {
+        return {};
+    }
+    return {"-bsf:v", fmt::format("{}", fmt::join(filters, ","))};
 }
 
 // Keeps the packets shown inside the ranges, and none other, and moves them so that the ranges follow each
 // other from zero. Which range a packet belongs to is read from its presentation time, also for its
-// decoding time: a range starts at a closed keyframe, so each packet decodes within its own range.
-std::string readThroughFilter(const std::vector<HalfOpenRange>& ranges, Rational halfFrame) {
+// decoding time: a range starts at a keyframe, so each packet decodes within its own range (where a range
+// cuts an open GOP, decoding times are counted anew instead). The leading pictures of a range's keyframe
+// show before it, so they are left out.
+std::string readThroughFilter(const CopySource& source, const std::vector<HalfOpenRange>& ranges) {
+    const Rational halfFrame = source.halfFrame;
     const std::vector<Rational> starts = backToBackStarts(ranges);
     std::vector<std::string> kept;
     std::vector<Rational> rangeStarts;
@@ -224,8 +284,8 @@ std::string readThroughFilter(const std::vector<HalfOpenRange>& ranges, Rational
         shifts.push_back(fmt::format("-round({}/TB)", preciseSeconds(ranges[i].start - starts[i])));
     }
     const std::string shift = shiftByRange(rangeStarts, shifts, halfFrame);
-    return fmt::format("noise=drop='1-({})',setts=pts='PTS+{}':dts='DTS+{}'", fmt::join(kept, "+"), shift,
-                       shift);
+    return fmt::format("noise=drop='1-({})',setts=pts='PTS+{}':dts='{}'", fmt::join(kept, "+"), shift,
+                       cutsOpenGOP(source, ranges) ? renumberedDecodingTimes(source) : "DTS+" + shift);
 }
 
 }  // namespace
@@ -270,8 +330,11 @@ std::vector<std::string> seekingCopyArguments(const CopySource& source,
     // The first packet can arrive a few ticks before zero, where the microseconds rounded its keyframe up;
     // the correction moves it back to zero.
     arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy", "-copypriorss", "1"});
-    const std::vector<std::string> correction = correctionFilter(source, ranges);
-    arguments.insert(arguments.end(), correction.begin(), correction.end());
+    std::vector<std::string> filters = leadingPicturesLeftOut(source, ranges);
+    const std::vector<std::string> timestamps = timestampFilter(source, ranges);
+    filters.insert(filters.end(), timestamps.begin(), timestamps.end());
+    const std::vector<std::string> bsf = videoFilterArguments(filters);
+    arguments.insert(arguments.end(), bsf.begin(), bsf.end());
     appendOutput(arguments, source, output);
     return arguments;
 }
@@ -292,8 +355,8 @@ std::vector<std::string> readThroughCopyArguments(const CopySource& source,
                                        "-i",
                                        source.file.string()};
     appendSound(arguments, source, ranges, Rational::zero());
-    arguments.insert(arguments.end(), {"-map", "0:v:0", "-c:v", "copy", "-bsf:v",
-                                       readThroughFilter(ranges, source.halfFrame)});
+    arguments.insert(arguments.end(),
+                     {"-map", "0:v:0", "-c:v", "copy", "-bsf:v", readThroughFilter(source, ranges)});
     appendOutput(arguments, source, output);
     return arguments;
 }

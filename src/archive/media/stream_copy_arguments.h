@@ -23,14 +23,17 @@ struct CopySource {
 std::vector<Rational> backToBackStarts(const std::vector<HalfOpenRange>& ranges);
 
 /// The concat demuxer's list that plays each of `ranges` (media time since the file's start, ascending,
-/// disjoint, each from a closed keyframe to the next keyframe or the end) of the source: one entry each,
+/// disjoint, each from a keyframe to the next keyframe, the first leading picture of an open one, or the
+/// end) of the source: one entry each,
 /// which seeks to the range's keyframe and stops at the decoding time of the packet after the range.
 std::string rangeListText(const CopySource& source, const std::vector<HalfOpenRange>& ranges);
 
 /// The ffmpeg arguments that write the ranges back to back from time zero into `output`: the video packets
 /// as the list at `list` (`rangeListText`) plays them, moved to the exact tick where the demuxer's
-/// microseconds fall short, and each sound stream cut to the same times, to the sample (PCM as the same
-/// PCM, anything else as AAC whose priming takes the place of its first samples). Reads only the ranges.
+/// microseconds fall short, without the leading pictures of each range's keyframe (open GOP), with decoding
+/// times counted anew where a range cuts an open GOP, and each sound stream cut to the same times, to the
+/// sample (PCM as the same PCM, anything else as AAC whose priming takes the place of its first samples).
+/// Reads only the ranges.
 std::vector<std::string> seekingCopyArguments(const CopySource& source,
                                               const std::vector<HalfOpenRange>& ranges,
                                               const std::filesystem::path& list,

@@ -111,6 +111,54 @@ void requireCleanJoins(const std::filesystem::path& written, const std::vector<H
     }
 }
 
+// Around each join the written file is played from the keyframe a second before it to a second after it:
+// the pictures from half a second before to a quarter after must all come out. Decoders give pictures
+// some frames after they read them, so the end of what is read is not checked.
+const Rational kPlayedBeforeJoin(1);
+const Rational kPlayedAfterJoin(1);
+const Rational kCheckedBeforeJoin(1, 2);
+const Rational kCheckedAfterJoin(1, 4);
+
+// The stretches of the written file played through its joins; none without a join.
+std::vector<PacketWindow> joinWindows(const std::vector<HalfOpenRange>& ranges) {
+    std::vector<HalfOpenRange> around;
+    const std::vector<Rational> starts = backToBackStarts(ranges);
+    for (auto join = starts.begin() + 1; join < starts.end(); ++join) {
+        around.push_back({*join - kPlayedBeforeJoin, *join + kPlayedAfterJoin});
+    }
+    // The written file's first picture shows at zero: its clock is media time.
+    return windowsAround(around, Rational::zero(), VideoClock{});
+}
+
+// Played on across each join, the written file must give its pictures one after another in the order they
+// show, none missing. A decoder that carries state across a join gives them out of order or loses some,
+// although every packet is the source's own: HEVC counts pictures on from a keyframe that does not begin
+// the stream (a CRA), so two ranges joined there count the same numbers twice.
+void requireJoinsPlayInOrder(const std::filesystem::path& written, const std::vector<HalfOpenRange>& ranges,
+                             const std::vector<VideoPacket>& packets, const std::vector<Rational>& shown) {
+    const auto fail = [&](const std::string& problem) {
+        throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
+                    written.filename().string() + ": " + problem);
+    };
+    if (const auto backwards = std::adjacent_find(shown.begin(), shown.end(), std::greater_equal<>());
+        backwards != shown.end()) {
+        fail(fmt::format("Bild bei {}s kommt beim Abspielen nach dem bei {}s",
+                         shortestDecimal((backwards + 1)->doubleValue()),
+                         shortestDecimal(backwards->doubleValue())));
+    }
+    const std::vector<Rational> starts = backToBackStarts(ranges);
+    for (auto join = starts.begin() + 1; join < starts.end(); ++join) {
+        for (const VideoPacket& packet : packets) {
+            if (packet.time >= *join - kCheckedBeforeJoin && packet.time < *join + kCheckedAfterJoin &&
+                !std::binary_search(shown.begin(), shown.end(), packet.time)) {
+                fail(fmt::format("Bild bei {}s fehlt beim Abspielen über den Übergang bei {}s",
+                                 shortestDecimal(packet.time.doubleValue()),
+                                 shortestDecimal(join->doubleValue())));
+            }
+        }
+    }
+}
+
 // The packets of a file's first video stream with their checksums, read beside other work.
 std::future<std::vector<VideoPacket>> checksummedPackets(const std::filesystem::path& file,
                                                          const ProbeSetup& probe,
@@ -119,21 +167,28 @@ std::future<std::vector<VideoPacket>> checksummedPackets(const std::filesystem::
                       [=] { return probeVideoPackets(file, probe, windows, PacketChecksums::compute); });
 }
 
-// The written file must show the source's own pictures, each where it belongs, and decode cleanly across
-// each join. Three readings run side by side: the source's kept packets (a second around each range allows
-// for the clock's rounding; the whole file's where that does not cover them), the written file's, and the
-// decoding at each join. After the copy, not beside it, where they would slow it down by more.
+// The written file must show the source's own pictures, each where it belongs, and decode cleanly from and
+// across each join. Four readings run side by side: the source's kept packets (a second around each range
+// allows for the clock's rounding; the whole file's where that does not cover them), the written file's,
+// the decoding from each join, and the playing through them. After the copy, not beside it, where they would
+// slow it down by more.
 void proveCopy(const CopySource& source, const std::vector<HalfOpenRange>& ranges,
                const std::filesystem::path& output, const ProbeSetup& probe) {
     auto kept = checksummedPackets(source.file, probe, windowsAround(ranges, Rational::one(), source.clock));
     auto written = checksummedPackets(output, probe, {});
     auto joins = std::async(std::launch::async, [&] { requireCleanJoins(output, ranges, probe); });
+    const std::vector<PacketWindow> played = joinWindows(ranges);
+    auto playedThrough = std::async(std::launch::async, [&] {
+        return played.empty() ? std::vector<Rational>{} : probeDecodedPictureTimes(output, probe, played);
+    });
     std::vector<VideoPacket> sourcePackets = kept.get();
     if (!coverRanges(sourcePackets, ranges, source.halfFrame)) {
         sourcePackets = probeVideoPackets(source.file, probe, {}, PacketChecksums::compute);
     }
-    requireSourcePackets(output, written.get(), packetsAsCopied(sourcePackets, ranges));
+    const std::vector<VideoPacket> writtenPackets = written.get();
+    requireSourcePackets(output, writtenPackets, packetsAsCopied(sourcePackets, ranges));
     joins.get();
+    requireJoinsPlayInOrder(output, ranges, writtenPackets, playedThrough.get());
 }
 
 // One run that seeks to each range, as a concat list of the source plays them; the list lives in a

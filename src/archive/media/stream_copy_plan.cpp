@@ -87,14 +87,37 @@ bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vecto
     });
 }
 
-// The keyframes of sorted packets, and which of them start an open GOP.
+// Codecs whose open GOPs can be cut at their keyframe by leaving the leading pictures out: MPEG-2, whose B
+// pictures are never referred to and whose GOPs count their pictures afresh. Not H.264, where later
+// pictures may refer to leading ones, nor HEVC, which counts pictures on from a keyframe that does not
+// begin the stream (a CRA): two ranges joined there count the same numbers twice, and decoders give the
+// pictures out of order.
+bool leadingPicturesCanBeLeftOut(const std::string& codec) {
+    return codec == "mpeg2video";
+}
+
+// The keyframes of sorted packets, which of them start an open GOP, and where a copy can cut at them.
 struct Keyframes {
+    const std::vector<VideoPacket>& packets;
+    bool leavesOutLeading;
     std::vector<Rational> times;
     std::vector<Rational> open;
 
-    explicit Keyframes(const std::vector<VideoPacket>& packets)
-        : times(keyframeTimes(packets)), open(openKeyframeTimes(packets)) {}
+    Keyframes(const std::vector<VideoPacket>& packets, const std::string& codec)
+        : packets(packets),
+          leavesOutLeading(leadingPicturesCanBeLeftOut(codec)),
+          times(keyframeTimes(packets)),
+          open(openKeyframeTimes(packets)) {}
     bool isClosed(Rational keyframe) const { return !std::binary_search(open.begin(), open.end(), keyframe); }
+    std::optional<Rational> cutAt(Rational keyframe) const {
+        if (isClosed(keyframe)) {
+            return keyframe;
+        }
+        if (!leavesOutLeading) {
+            return std::nullopt;
+        }
+        return leadingPictures(packets, keyframe).front().time;
+    }
 };
 
 // The segments, none starting before `firstPicture`: a file whose pictures start late (B-frames without an
@@ -109,7 +132,7 @@ std::vector<HalfOpenRange> fromFirstPicture(std::vector<HalfOpenRange> segments,
 std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
                                                   const Keyframes& keyframes, Rational fileEnd) {
     return widenToKeyframes(
-        segments, keyframes.times, [&](Rational keyframe) { return keyframes.isClosed(keyframe); }, fileEnd);
+        segments, keyframes.times, [&](Rational keyframe) { return keyframes.cutAt(keyframe); }, fileEnd);
 }
 
 // How many closed keyframes before a range are tried as its start when decoding from its own keyframe
@@ -160,14 +183,14 @@ struct Widening {
     std::string failure;  ///< why there are none
 };
 
-// The plan's segments widened to closed keyframes, and further back where decoding could not begin
+// The plan's segments widened to keyframes a copy can cut at, and further back where decoding could not begin
 // cleanly.
 Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& packets,
-                        const ProbeSetup& probe) {
+                        const std::string& codec, const ProbeSetup& probe) {
     if (packets.empty()) {
         return {std::nullopt, "keine Videopakete"};
     }
-    const Keyframes keyframes(packets);
+    const Keyframes keyframes(packets, codec);
     Widening widening{widened(plan.segments, keyframes, shownEndOf(packets)), ""};
     if (!widening.ranges) {
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
@@ -201,12 +224,12 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
         decision.sourcePackets.clear();
         return decision;
     }
-    Widening widening = cleanlyWidened(fromPictures, decision.sourcePackets, probe);
+    Widening widening = cleanlyWidened(fromPictures, decision.sourcePackets, streams.video, probe);
     if (!widening.ranges ||
         !showsEveryPicture(decision.sourcePackets, boundaryStretches(*widening.ranges, Rational::zero()),
                            *plan.frameDuration)) {
         decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
-        widening = cleanlyWidened(fromPictures, decision.sourcePackets, probe);
+        widening = cleanlyWidened(fromPictures, decision.sourcePackets, streams.video, probe);
     }
     if (!widening.ranges) {
         decision.reencodeReason = widening.failure;

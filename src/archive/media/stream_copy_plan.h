@@ -12,7 +12,7 @@ namespace tidyreel {
 
 /// Whether and how the plan's source can be cut by stream copy, decided without cutting anything.
 struct StreamCopyDecision {
-    std::vector<HalfOpenRange> ranges;          ///< the kept ranges widened to closed keyframes, in order
+    std::vector<HalfOpenRange> ranges;          ///< the kept ranges widened to keyframe cuts, in order
     Rational extraSeconds;                      ///< how much longer they are than the planned segments
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets around the segments' ends (or
@@ -23,8 +23,9 @@ struct StreamCopyDecision {
 
 /// Decides the stream copy of the plan's source: its codec, then its packets around the segments' ends (the
 /// whole file's when those do not show every picture there), from which the keyframes and their
-/// closedness (leading pictures in decoding order) are read; each segment widens outward over open
-/// keyframes to closed ones (the file's end at worst), and its start further back while decoding from it
+/// closedness (leading pictures in decoding order) are read; each segment widens outward to keyframes a copy
+/// can cut at (closed ones; open ones too where the codec lets their leading pictures be left out; the
+/// file's end at worst), and its start further back while decoding from it
 /// complains (the file's start at worst). Throws `ProbeError`, `RunCancelled`.
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe);
 

@@ -9,6 +9,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace tidyreel {
 namespace {
@@ -17,23 +18,7 @@ using nlohmann::json;
 
 const char* const kNoTimeBase = "Video stream without a time base in ffprobe output";
 const char* const kNoPresentationTime = "Video packet without a presentation time in ffprobe output";
-
-// A decimal such as "-0.021333" as an exact value; ffprobe prints a file's start time this way, to the
-// microsecond it is kept in.
-std::optional<Rational> decimalSeconds(const std::string& text) {
-    const std::size_t point = text.find('.');
-    const std::string fraction = point == std::string::npos ? "" : text.substr(point + 1);
-    const std::optional<std::int64_t> whole = detail::parseInt64(text.substr(0, point));
-    if (!whole || fraction.size() > 9 || !std::all_of(fraction.begin(), fraction.end(), ::isdigit)) {
-        return std::nullopt;
-    }
-    std::int64_t scale = 1;
-    for (std::size_t i = 0; i < fraction.size(); ++i) {
-        scale *= 10;
-    }
-    const Rational part = fraction.empty() ? Rational::zero() : Rational(std::stoll(fraction), scale);
-    return text.starts_with('-') ? Rational(*whole) - part : Rational(*whole) + part;
-}
+const char* const kNoPictureTime = "Decoded picture without a presentation time in ffprobe output";
 
 // Where `-ss 0` lies on the stream's clock: the file's start time, which ffprobe rounds to microseconds.
 // When it is the video stream's own start, that exact value is taken, so that the first frame lies at 0.
@@ -43,7 +28,7 @@ Rational fileOrigin(const json& document, const json& stream, Rational timeBase)
         startPts ? std::optional<Rational>(Rational(*startPts) * timeBase) : std::nullopt;
     const auto format = document.find("format");
     const std::optional<Rational> fileStart = format != document.end() && format->is_object()
-                                                  ? decimalSeconds(probeText(*format, "start_time", ""))
+                                                  ? probeDecimalSeconds(probeText(*format, "start_time", ""))
                                                   : std::nullopt;
     if (!fileStart) {
         return streamStart.value_or(Rational::zero());
@@ -78,6 +63,30 @@ VideoClock videoClockOf(const json& document) {
     const Rational origin = fileOrigin(document, *stream, timeBase);
     const std::optional<std::int64_t> startPts = probeInteger(*stream, "start_pts");
     return {timeBase, origin, startPts ? Rational(*startPts) * timeBase - origin : Rational::zero()};
+}
+
+// Reading only the windows, when there are any.
+void appendWindows(std::vector<std::string>& arguments, const std::vector<PacketWindow>& windows) {
+    std::vector<std::string> intervals;
+    for (const PacketWindow& window : windows) {
+        intervals.push_back(fmt::format("{}%{}", ffmpegSeconds(window.from.doubleValue()),
+                                        ffmpegSeconds(window.to.doubleValue())));
+    }
+    if (!intervals.empty()) {
+        arguments.insert(arguments.end(), {"-read_intervals", fmt::format("{}", fmt::join(intervals, ","))});
+    }
+}
+
+// The packets in the order they are decoded.
+std::vector<const VideoPacket*> inDecodingOrder(const std::vector<VideoPacket>& packets) {
+    std::vector<const VideoPacket*> decoding;
+    for (const VideoPacket& packet : packets) {
+        decoding.push_back(&packet);
+    }
+    std::stable_sort(decoding.begin(), decoding.end(), [](const VideoPacket* a, const VideoPacket* b) {
+        return a->decodeTime < b->decodeTime;
+    });
+    return decoding;
 }
 
 }  // namespace
@@ -119,18 +128,12 @@ std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& 
         // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one.
         arguments.insert(arguments.end(), {"-show_data_hash", "adler32"});
     }
-    arguments.insert(arguments.end(), {"-show_entries",
-                                       "packet=pts,dts,duration,flags,data_hash:stream=time_base,start_pts:"
-                                       "format=start_time",
-                                       "-of", "json=compact=1"});
-    std::vector<std::string> intervals;
-    for (const PacketWindow& window : windows) {
-        intervals.push_back(fmt::format("{}%{}", ffmpegSeconds(window.from.doubleValue()),
-                                        ffmpegSeconds(window.to.doubleValue())));
-    }
-    if (!intervals.empty()) {
-        arguments.insert(arguments.end(), {"-read_intervals", fmt::format("{}", fmt::join(intervals, ","))});
-    }
+    arguments.insert(arguments.end(),
+                     {"-show_entries",
+                      "packet=pts,dts,duration,flags,pos,data_hash:stream=time_base,start_pts:"
+                      "format=start_time",
+                      "-of", "json=compact=1"});
+    appendWindows(arguments, windows);
     arguments.push_back(std::filesystem::absolute(file).string());
     return arguments;
 }
@@ -159,7 +162,7 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
         const std::int64_t dts = probeInteger(packet, "dts").value_or(*pts);
         packets.push_back({Rational(*pts) * timeBase - origin, Rational(duration) * timeBase,
                            hasFlag(flags, 0, 'K'), Rational(dts) * timeBase - origin,
-                           probeText(packet, "data_hash", "")});
+                           probeText(packet, "data_hash", ""), probeInteger(packet, "pos").value_or(-1)});
     }
     std::stable_sort(packets.begin(), packets.end(),
                      [](const VideoPacket& a, const VideoPacket& b) { return a.time < b.time; });
@@ -175,14 +178,38 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
     return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows, checksums), probe));
 }
 
-std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {
-    std::vector<const VideoPacket*> decoding;
-    for (const VideoPacket& packet : packets) {
-        decoding.push_back(&packet);
+std::vector<Rational> parseDecodedPictureTimes(std::string_view text) {
+    const json document = parsedProbeObject(text);
+    const VideoClock clock = videoClockOf(document);
+    std::vector<Rational> times;
+    const auto list = document.find("frames");
+    if (list == document.end() || !list->is_array()) {
+        return times;
     }
-    std::stable_sort(decoding.begin(), decoding.end(), [](const VideoPacket* a, const VideoPacket* b) {
-        return a->decodeTime < b->decodeTime;
-    });
+    for (const json& frame : *list) {
+        const std::optional<std::int64_t> shown =
+            frame.is_object() ? probeInteger(frame, "best_effort_timestamp") : std::nullopt;
+        if (!shown) {
+            throw ProbeError(kNoPictureTime);
+        }
+        times.push_back(Rational(*shown) * clock.timeBase - clock.origin);
+    }
+    return times;
+}
+
+std::vector<Rational> probeDecodedPictureTimes(const std::filesystem::path& file, const ProbeSetup& probe,
+                                               const std::vector<PacketWindow>& windows) {
+    std::vector<std::string> arguments{
+        "-v",  "error",         "-select_streams",
+        "v:0", "-show_entries", "frame=best_effort_timestamp:stream=time_base,start_pts:format=start_time",
+        "-of", "json=compact=1"};
+    appendWindows(arguments, windows);
+    arguments.push_back(std::filesystem::absolute(file).string());
+    return parseDecodedPictureTimes(FFProbe::runProbe(arguments, probe));
+}
+
+std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {
+    const std::vector<const VideoPacket*> decoding = inDecodingOrder(packets);
     // Walking back in decoding order keeps the earliest picture shown by anything decoded later.
     std::vector<Rational> open;
     std::optional<Rational> earliestLater;
@@ -194,6 +221,33 @@ std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets)
     }
     std::sort(open.begin(), open.end());
     return open;
+}
+
+std::vector<VideoPacket> leadingPictures(const std::vector<VideoPacket>& packets, Rational keyframe) {
+    const auto key = std::find_if(packets.begin(), packets.end(), [&](const VideoPacket& packet) {
+        return packet.keyframe && packet.time == keyframe;
+    });
+    std::vector<VideoPacket> leading;
+    if (key == packets.end()) {
+        return leading;
+    }
+    std::copy_if(packets.begin(), key, std::back_inserter(leading),
+                 [&](const VideoPacket& packet) { return packet.decodeTime > key->decodeTime; });
+    return leading;
+}
+
+int reorderDepth(const std::vector<VideoPacket>& packets) {
+    const std::vector<const VideoPacket*> decoding = inDecodingOrder(packets);
+    const std::size_t lookBack = 32;
+    int depth = 0;
+    for (std::size_t i = 0; i < decoding.size(); ++i) {
+        const auto earlier = decoding.begin() + static_cast<std::ptrdiff_t>(i - std::min(i, lookBack));
+        const auto showLater =
+            std::count_if(earlier, decoding.begin() + static_cast<std::ptrdiff_t>(i),
+                          [&](const VideoPacket* other) { return other->time > decoding[i]->time; });
+        depth = std::max(depth, static_cast<int>(showLater));
+    }
+    return depth;
 }
 
 std::optional<Rational> keyframeAtOrBefore(const std::vector<VideoPacket>& packets, Rational time) {

@@ -4,6 +4,7 @@
 #include "time/half_open_range.h"
 #include "time/rational.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@ struct VideoPacket {
     Rational decodeTime;     ///< when it is decoded, on the same clock; its presentation time when unsaid
     std::string dataHash{};  ///< a checksum of its bytes, to tell a copied packet from a changed one; empty
                              ///< when not probed
+    std::int64_t position = -1;  ///< where its bytes begin in the file; -1 when the container does not say
 
     bool operator==(const VideoPacket&) const = default;
 };
@@ -69,9 +71,26 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
                                            const std::vector<PacketWindow>& windows = {},
                                            PacketChecksums checksums = PacketChecksums::skip);
 
+/// The presentation times of the pictures the decoder gives while it plays the windows (ascending and
+/// disjoint) of the file's first video stream, each from the keyframe before it, in the order it gives
+/// them; read with the run's ffprobe. Throws `ProbeError`, and `RunCancelled` on a stop request.
+std::vector<Rational> probeDecodedPictureTimes(const std::filesystem::path& file, const ProbeSetup& probe,
+                                               const std::vector<PacketWindow>& windows);
+
+/// Reads that probe's JSON answer; throws `ProbeError`.
+std::vector<Rational> parseDecodedPictureTimes(std::string_view json);
+
 /// The times of the keyframes in sorted packets that start an open GOP, ascending: some picture decoded
 /// after such a keyframe shows before it (a leading picture), so a copy can neither start nor end there.
 std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets);
+
+/// The leading pictures of the keyframe at `keyframe` in sorted packets: those decoded after it but shown
+/// before it (open GOP), sorted by time; none for a closed keyframe.
+std::vector<VideoPacket> leadingPictures(const std::vector<VideoPacket>& packets, Rational keyframe);
+
+/// The most pictures of sorted packets decoded before one of them that show after it: how far decoding runs
+/// ahead of display. Counted among the 32 packets decoded before each, more than any codec reorders.
+int reorderDepth(const std::vector<VideoPacket>& packets);
 
 /// The time of the last keyframe shown at or before `time` in sorted packets: decoding from there yields
 /// the frame on screen at `time`, also when that is a leading frame of a later keyframe (open GOP); no value

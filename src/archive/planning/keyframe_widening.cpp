@@ -6,45 +6,58 @@ namespace tidyreel {
 namespace {
 
 std::optional<Rational> startKeyframe(Rational start, const std::vector<Rational>& keyframes,
-                                      const IsClosedKeyframe& isClosed) {
+                                      const CutAtKeyframe& cutAt) {
     auto key = std::upper_bound(keyframes.begin(), keyframes.end(), start);
     while (key != keyframes.begin()) {
         --key;
-        if (isClosed(*key)) {
+        if (cutAt(*key)) {
             return *key;
         }
     }
     return std::nullopt;
 }
 
-Rational endKeyframe(Rational end, const std::vector<Rational>& keyframes, const IsClosedKeyframe& isClosed,
-                     Rational fileEnd) {
+struct EndCut {
+    Rational shownUntil;  ///< the piece's end
+    Rational keyframe;    ///< the keyframe it stops before (the file's end when none)
+};
+
+// A keyframe at or after the end can still have leading pictures shown before it: its cut must not fall
+// short of the end.
+EndCut endCut(Rational end, const std::vector<Rational>& keyframes, const CutAtKeyframe& cutAt,
+              Rational fileEnd) {
     auto key = std::lower_bound(keyframes.begin(), keyframes.end(), end);
     for (; key != keyframes.end(); ++key) {
-        if (isClosed(*key)) {
-            return *key;
+        if (const std::optional<Rational> cut = cutAt(*key); cut && *cut >= end) {
+            return {*cut, *key};
         }
     }
-    return fileEnd;
+    return {fileEnd, fileEnd};
 }
 
 }  // namespace
 
 std::optional<std::vector<HalfOpenRange>> widenToKeyframes(const std::vector<HalfOpenRange>& segments,
                                                            const std::vector<Rational>& keyframes,
-                                                           const IsClosedKeyframe& isClosed,
-                                                           Rational fileEnd) {
+                                                           const CutAtKeyframe& cutAt, Rational fileEnd) {
     std::vector<HalfOpenRange> widened;
+    // A piece that starts at the keyframe the one before stops at continues it: together they need not
+    // leave out that keyframe's leading pictures.
+    std::optional<Rational> lastEndKeyframe;
     for (const HalfOpenRange& segment : segments) {
-        const std::optional<Rational> start = startKeyframe(segment.start, keyframes, isClosed);
+        const std::optional<Rational> start = startKeyframe(segment.start, keyframes, cutAt);
         if (!start) {
             return std::nullopt;
         }
-        const Rational end = endKeyframe(segment.end, keyframes, isClosed, fileEnd);
-        if (!widened.empty() && *start <= widened.back().end) {
-            widened.back().end = std::max(widened.back().end, end);
+        const EndCut end = endCut(segment.end, keyframes, cutAt, fileEnd);
+        if (!widened.empty() && (*start <= widened.back().end || *start == lastEndKeyframe)) {
+            if (end.shownUntil > widened.back().end) {
+                widened.back().end = end.shownUntil;
+                lastEndKeyframe = end.keyframe;
+            }
         } else {
-            widened.push_back({*start, end});
+            widened.push_back({*start, end.shownUntil});
+            lastEndKeyframe = end.keyframe;
         }
     }
     return widened;

@@ -9,22 +9,22 @@
 
 namespace tidyreel {
 
-/// Whether no picture decoded from the keyframe at this time on shows before it. In an open GOP the
-/// keyframe's leading pictures do: they need the pictures before the keyframe to decode, and they are
-/// decoded after pictures that show later, so a copy can neither start nor end cleanly there.
-using IsClosedKeyframe = std::function<bool(Rational keyframe)>;
+/// Where a copy can be cut at the keyframe at this time. A copy that begins there shows from the keyframe
+/// on: its leading pictures (open GOP: decoded after it, shown before it, needing pictures before it) are
+/// left out. A copy that stops before it in decoding order shows up to the returned time: the keyframe's
+/// own for a closed one, that of its first leading picture for an open one. No value: no cut there (an
+/// open keyframe whose leading pictures later pictures may refer to).
+using CutAtKeyframe = std::function<std::optional<Rational>(Rational keyframe)>;
 
 /// Widens each segment outward to pieces a stream copy can cut: the start moves back to the last keyframe
-/// at or before it, the end forward to the first keyframe at or after it (or to `fileEnd` when there is
-/// none); keyframes with leading pictures are passed over for the next closed one further out. A copied
-/// piece starts decoding at its keyframe and stops before the next one, so none of its pictures needs a
-/// frame the piece leaves out. `keyframes` are ascending times since the file's start; `isClosed` is asked
-/// only about keyframes from a segment's ends outward, up to the first closed one. Pieces that overlap or
-/// touch are merged; the result is ascending and disjoint. No value when a segment has no closed keyframe at
-/// or before its start.
+/// at or before it, the end forward to the first cut at or after it (or to `fileEnd` when there is none);
+/// keyframes without a cut are passed over for the next one further out. A copied piece starts decoding at
+/// its keyframe and stops before the next one, so none of its pictures needs a frame the piece leaves out.
+/// `keyframes` are ascending times since the file's start; `cutAt` is asked only about keyframes from a
+/// segment's ends outward, up to the first that serves. Pieces that overlap or touch are merged; the result
+/// is ascending and disjoint. No value when a segment has no keyframe to start from at or before its start.
 std::optional<std::vector<HalfOpenRange>> widenToKeyframes(const std::vector<HalfOpenRange>& segments,
                                                            const std::vector<Rational>& keyframes,
-                                                           const IsClosedKeyframe& isClosed,
-                                                           Rational fileEnd);
+                                                           const CutAtKeyframe& cutAt, Rational fileEnd);
 
 }  // namespace tidyreel

@@ -73,6 +73,9 @@ TEST(DurationProbe, MultipliesTheTimeBase) {
               Rational(7, 600));
     EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1001/30000","duration_ts":300}]})"),
               Rational(1001, 100));
+    // WebM keeps only the file's length.
+    EXPECT_EQ(parseDurationProbe(R"({"streams":[{"time_base":"1/1000"}],"format":{"duration":"60.008000"}})"),
+              Rational(60008, 1000));
 }
 
 TEST(DurationProbe, RejectsBadTimeBasesAndMissingFields) {
@@ -83,6 +86,7 @@ TEST(DurationProbe, RejectsBadTimeBasesAndMissingFields) {
           R"({"streams":[{"time_base":"1/","duration_ts":1}]})",
           R"({"streams":[{"time_base":"1/2/3","duration_ts":1}]})", R"({"streams":[{"time_base":"1/25"}]})",
           R"({"streams":[{"time_base":"1/25","duration_ts":null}]})",
+          R"({"streams":[{"time_base":"1/25"}],"format":{"duration":"N/A"}})",
           R"({"streams":[{"time_base":"4611686018427387904/1","duration_ts":4}]})", R"({"streams":[]})"}) {
         EXPECT_EQ(probeFailure([&] { parseDurationProbe(json); }), message) << json;
     }

@@ -6,14 +6,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+
 namespace tidyreel {
 namespace {
 
 using ::testing::ElementsAre;
 
-std::string probeFailure(std::string_view json) {
+std::string probeFailure(
+    std::string_view json, const std::function<void(std::string_view)>& parse = [](std::string_view text) {
+        parseVideoPackets(text);
+    }) {
     try {
-        parseVideoPackets(json);
+        parse(json);
     } catch (const ProbeError& error) {
         return error.what();
     }
@@ -26,7 +31,7 @@ TEST(VideoPackets, SortsByPresentationTimeInExactSecondsEachOnce) {
     EXPECT_THAT(
         parseVideoPackets(R"({"packets":[{"pts":0,"dts":-512,"duration":512,"flags":"K_",
                                                   "data_hash":"adler32:0a1b2c3d"},
-                                                 {"pts":1024,"dts":0,"duration":512,"flags":"__"},
+                                                 {"pts":1024,"dts":0,"duration":512,"flags":"__","pos":"4096"},
                                                  {"pts":"512","dts":512,"duration":512,"flags":"__"},
                                                  {"pts":0,"dts":-512,"duration":512,"flags":"K_",
                                                   "data_hash":"adler32:0a1b2c3d"}],
@@ -34,7 +39,7 @@ TEST(VideoPackets, SortsByPresentationTimeInExactSecondsEachOnce) {
                                      "format":{"start_time":"0.000000"}})"),
         ElementsAre(VideoPacket{Rational(0), Rational(1, 30), true, Rational(-1, 30), "adler32:0a1b2c3d"},
                     VideoPacket{Rational(1, 30), Rational(1, 30), false, Rational(1, 30)},
-                    VideoPacket{Rational(1, 15), Rational(1, 30), false, Rational(0)}));
+                    VideoPacket{Rational(1, 15), Rational(1, 30), false, Rational(0), "", 4096}));
 }
 
 // Keyframe at 0 closed; the one at 4 has a leading picture (3, decoded after it); the one at 8 has none.
@@ -46,10 +51,30 @@ TEST(VideoPackets, KeyframesWithLeadingPicturesAreOpen) {
                                               packet(3, 4, false), packet(4, 3, true),  packet(5, 6, false),
                                               packet(6, 5, false), packet(7, 7, false), packet(8, 8, true)};
     EXPECT_THAT(openKeyframeTimes(openAtFour), ElementsAre(Rational(4)));
+    EXPECT_THAT(leadingPictures(openAtFour, Rational(4)), ElementsAre(packet(3, 4, false)));
+    EXPECT_THAT(leadingPictures(openAtFour, Rational(8)), ElementsAre());
+    EXPECT_THAT(leadingPictures(openAtFour, Rational(5)), ElementsAre());  // no keyframe there
+    // At most one picture decoded before another shows after it (1 before 2, 4 before 3, 5 before 6).
+    EXPECT_EQ(reorderDepth(openAtFour), 1);
     // Without decoding times (each its presentation time) nothing is open, nor in an empty list.
     const std::vector<VideoPacket> inOrder{packet(0, 0, true), packet(1, 1, false), packet(2, 2, true)};
     EXPECT_THAT(openKeyframeTimes(inOrder), ElementsAre());
+    EXPECT_EQ(reorderDepth(inOrder), 0);
     EXPECT_THAT(openKeyframeTimes({}), ElementsAre());
+}
+
+// Decoded pictures keep the order the decoder gave them in: a join it plays out of order must show.
+TEST(VideoPackets, DecodedPicturesKeepTheDecodersOrder) {
+    EXPECT_THAT(
+        parseDecodedPictureTimes(R"({"frames":[{"best_effort_timestamp":1024},{"best_effort_timestamp":512},
+                                                      {"best_effort_timestamp":1536}],
+                                            "streams":[{"time_base":"1/12800","start_pts":512}],
+                                            "format":{"start_time":"0.040000"}})"),
+        ElementsAre(Rational(1, 25), Rational(0), Rational(2, 25)));
+    EXPECT_THAT(parseDecodedPictureTimes(R"({"streams":[{"time_base":"1/12800"}]})"), ElementsAre());
+    EXPECT_EQ(probeFailure(R"({"frames":[{"pkt_pos":"48"}],"streams":[{"time_base":"1/12800"}]})",
+                           parseDecodedPictureTimes),
+              "Decoded picture without a presentation time in ffprobe output");
 }
 
 TEST(VideoPackets, CountFromTheFileStartAsSeekingDoes) {
@@ -111,9 +136,9 @@ TEST(VideoPackets, DecodingStartsAtTheLastKeyframeShownAtOrBeforeATime) {
 
 TEST(VideoPackets, WindowsAroundRangesMeetStopAtTheStartAndFollowTheStreamClock) {
     // Given out of order; the stream's clock starts 10 s after the file's own.
-    const std::vector<PacketWindow> windows =
-        windowsAround({{Rational(30), Rational(31)}, {Rational(1), Rational(4)}, {Rational(10), Rational(12)}},
-                      Rational(3), VideoClock{Rational(1, 90000), Rational(10), Rational::zero()});
+    const std::vector<PacketWindow> windows = windowsAround(
+        {{Rational(30), Rational(31)}, {Rational(1), Rational(4)}, {Rational(10), Rational(12)}}, Rational(3),
+        VideoClock{Rational(1, 90000), Rational(10), Rational::zero()});
     ASSERT_EQ(windows.size(), 2u);
     EXPECT_EQ(windows[0].from, Rational(10));
     EXPECT_EQ(windows[0].to, Rational(25));

@@ -17,15 +17,23 @@ Rational key(int index) {
 const std::vector<Rational> kKeyframes{key(0), key(1), key(2), key(3), key(4),
                                        key(5), key(6), key(7), key(8), key(9)};
 const Rational kFileEnd = key(10);
-const IsClosedKeyframe kClosed = [](Rational) { return true; };
-// Keyframes 2, 3, 6 and 7 have leading pictures.
-const IsClosedKeyframe kSomeOpen = [](Rational keyframe) {
-    return keyframe != key(2) && keyframe != key(3) && keyframe != key(6) && keyframe != key(7);
+const CutAtKeyframe kClosed = [](Rational keyframe) { return std::optional(keyframe); };
+// Keyframes 2, 3, 6 and 7 have leading pictures later pictures may refer to: no cut there.
+const CutAtKeyframe kSomeOpen = [](Rational keyframe) -> std::optional<Rational> {
+    if (keyframe == key(2) || keyframe == key(3) || keyframe == key(6) || keyframe == key(7)) {
+        return std::nullopt;
+    }
+    return keyframe;
+};
+// Every keyframe after the first has two leading pictures that can be left out, as in MPEG-2.
+const Rational kFrame(1001, 30000);
+const CutAtKeyframe kLeadingLeftOut = [](Rational keyframe) {
+    return std::optional(keyframe == key(0) ? keyframe : keyframe - kFrame * 2);
 };
 
 std::optional<std::vector<HalfOpenRange>> widened(const std::vector<HalfOpenRange>& segments,
-                                                  const IsClosedKeyframe& isClosed = kClosed) {
-    return widenToKeyframes(segments, kKeyframes, isClosed, kFileEnd);
+                                                  const CutAtKeyframe& cutAt = kClosed) {
+    return widenToKeyframes(segments, kKeyframes, cutAt, kFileEnd);
 }
 
 TEST(KeyframeWidening, SegmentsGrowOutwardToTheKeyframesAroundThem) {
@@ -52,7 +60,19 @@ TEST(KeyframeWidening, TheLastGOPEndsAtTheFileEnd) {
                 Optional(ElementsAre(HalfOpenRange{key(9), kFileEnd})));
 }
 
-TEST(KeyframeWidening, OpenGOPsArePassedOverUpToTheNextClosedKeyframe) {
+TEST(KeyframeWidening, OpenGOPsWhoseLeadingPicturesCanBeLeftOutAreCutBeforeThem) {
+    // A piece starts at its open keyframe and stops before the leading pictures of the next one.
+    EXPECT_THAT(widened({{key(2) + Rational(1, 10), key(4) - kFrame * 3}}, kLeadingLeftOut),
+                Optional(ElementsAre(HalfOpenRange{key(2), key(4) - kFrame * 2})));
+    // An end among those leading pictures needs them: the piece runs on to the next keyframe's.
+    EXPECT_THAT(widened({{key(2), key(4) - kFrame}}, kLeadingLeftOut),
+                Optional(ElementsAre(HalfOpenRange{key(2), key(5) - kFrame * 2})));
+    // A piece starting at the keyframe the one before stops at continues it, leading pictures and all.
+    EXPECT_THAT(widened({{key(1), key(2) - kFrame * 3}, {key(2), key(3) - kFrame * 3}}, kLeadingLeftOut),
+                Optional(ElementsAre(HalfOpenRange{key(1), key(3) - kFrame * 2})));
+}
+
+TEST(KeyframeWidening, OpenGOPsWithoutACutArePassedOverUpToTheNextClosedKeyframe) {
     // Keyframe 2 is open: the piece starts one GOP earlier.
     EXPECT_THAT(widened({{key(2) + Rational(1, 10), key(4) + Rational(1, 10)}}, kSomeOpen),
                 Optional(ElementsAre(HalfOpenRange{key(1), key(5)})));
@@ -62,12 +82,15 @@ TEST(KeyframeWidening, OpenGOPsArePassedOverUpToTheNextClosedKeyframe) {
     EXPECT_THAT(widened({{key(3) + Rational(1, 10), key(4)}}, kSomeOpen),
                 Optional(ElementsAre(HalfOpenRange{key(1), key(4)})));
     // With every keyframe after the first open, pieces reach from the file's start to its end.
-    const IsClosedKeyframe onlyFirst = [](Rational keyframe) { return keyframe == key(0); };
+    const CutAtKeyframe onlyFirst = [](Rational keyframe) {
+        return keyframe == key(0) ? std::optional(keyframe) : std::nullopt;
+    };
     EXPECT_THAT(widened({{key(4) + Rational(1, 10), key(5)}}, onlyFirst),
                 Optional(ElementsAre(HalfOpenRange{key(0), kFileEnd})));
     // No closed keyframe before a segment at all: nothing can be copied.
-    EXPECT_FALSE(
-        widened({{key(0) + Rational(1, 10), key(1)}}, [](Rational keyframe) { return keyframe != key(0); }));
+    EXPECT_FALSE(widened({{key(0) + Rational(1, 10), key(1)}}, [](Rational keyframe) {
+        return keyframe != key(0) ? std::optional(keyframe) : std::nullopt;
+    }));
     // Only keyframes from the segment's ends outward to the first closed one are asked about.
     std::vector<Rational> asked;
     widenToKeyframes(

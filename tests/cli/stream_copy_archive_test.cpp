@@ -51,8 +51,9 @@ const std::vector<CopyMedia>& copyMedia() {
          "keyint=50:open-gop=0:scenecut=0:log-level=error -c:a aac",
          0},
         // Open GOPs throughout, as MPEG-2 cameras write them: cut by leaving leading pictures out.
-        {"xdcam", "XDCAM.mov", "25", Rational(1, 25),
-         "-c:v mpeg2video -g 12 -bf 2 -b:v 4M -pix_fmt yuv422p -c:a pcm_s16le", 0},
+        // In MP4 a seek goes by decoding time and can land after a leading picture of the range before.
+        {"mpeg2", "MPEG2_2997.mp4", "30000/1001", Rational(1001, 30000),
+         "-c:v mpeg2video -g 15 -bf 2 -b:v 4M -c:a aac", 0},
         {"prores", "ProRes422.mov", "25", Rational(1, 25), "-c:v prores_ks -profile:v 2 -c:a pcm_s24le", 0},
         {"dnxhr", "DNxHR.mov", "25", Rational(1, 25),
          "-s 256x144 -c:v dnxhd -profile:v dnxhr_lb -pix_fmt yuv422p -c:a pcm_s16le", 0},

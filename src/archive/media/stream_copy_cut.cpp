@@ -111,11 +111,13 @@ void requireCleanJoins(const std::filesystem::path& written, const std::vector<H
     }
 }
 
-// Around each join the written file is played from the keyframe a second before it to a second after it:
-// the pictures from half a second before to a quarter after must all come out. Decoders give pictures
-// some frames after they read them, so the end of what is read is not checked.
+// Around each join the written file is played from a keyframe a second before it to half a second after
+// it, and the pictures from half a second before to a quarter after must all come out. A seek in an MP4
+// or MOV file goes by decoding time, so it can land on a keyframe whose leading pictures show after the
+// window's start; the half second between keeps them out of the check. And a decoder can hold back the
+// last pictures it reads: the end of what is read is not checked.
 const Rational kPlayedBeforeJoin(1);
-const Rational kPlayedAfterJoin(1);
+const Rational kPlayedAfterJoin(1, 2);
 const Rational kCheckedBeforeJoin(1, 2);
 const Rational kCheckedAfterJoin(1, 4);
 

@@ -89,6 +89,15 @@ void writeFileAtomically(const std::filesystem::path& file, std::string_view byt
     syncFolder(folder);
 }
 
+std::string eventualName(const std::filesystem::path& file) {
+    const std::string name = file.filename().string();
+    const std::size_t marker = name.find(kTemporaryMarker);
+    if (!name.starts_with('.') || marker == std::string::npos) {
+        return name;
+    }
+    return name.substr(1, marker - 1) + file.extension().string();
+}
+
 std::filesystem::path temporarySibling(const std::filesystem::path& file) {
     const std::string name =
         "." + file.stem().string() + std::string(kTemporaryMarker) + newUuid() + file.extension().string();

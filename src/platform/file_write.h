@@ -23,6 +23,10 @@ void writeFileAtomically(const std::filesystem::path& file, std::string_view byt
 /// "." + stem + `kTemporaryMarker` + a UUID + extension.
 std::filesystem::path temporarySibling(const std::filesystem::path& file);
 
+/// The name a file written under a temporary name (`temporarySibling`) will take, for messages about it:
+/// "C0001_trimmed.mov" for ".C0001_trimmed.tidyreel-partial-<uuid>.mov"; any other name as it is.
+std::string eventualName(const std::filesystem::path& file);
+
 /// Removes the temporary files an interrupted run left in `folder` (not below it); returns how many.
 int removeTemporaryLeftovers(const std::filesystem::path& folder);
 

@@ -91,6 +91,8 @@ TEST(OutputNames, LeftoversOfAnInterruptedRunAreRemovedAndNothingElse) {
     const test::TempFolder folder;
     const std::filesystem::path partial = temporarySibling(folder / "C0001_trimmed.mov");
     EXPECT_EQ(partial.extension(), ".mov");
+    EXPECT_EQ(eventualName(partial), "C0001_trimmed.mov");
+    EXPECT_EQ(eventualName(folder / ".hidden.mov"), ".hidden.mov");
     test::writeTextFile(partial, "half");
     test::writeTextFile(folder / "C0001.mov", "kept");
     test::writeTextFile(folder / ".hidden.mov", "kept");

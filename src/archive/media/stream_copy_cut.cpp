@@ -56,7 +56,7 @@ void requireSourcePackets(const std::filesystem::path& written, const std::vecto
     }
     if (problem) {
         throw Error(StreamCopyError::domain, StreamCopyError::picturesDiffer,
-                    written.filename().string() + ": " + *problem);
+                    eventualName(written) + ": " + *problem);
     }
 }
 
@@ -140,7 +140,7 @@ void requireJoinsPlayInOrder(const std::filesystem::path& written, const std::ve
                              const std::vector<VideoPacket>& packets, const std::vector<Rational>& shown) {
     const auto fail = [&](const std::string& problem) {
         throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable,
-                    written.filename().string() + ": " + problem);
+                    eventualName(written) + ": " + problem);
     };
     if (const auto backwards = std::adjacent_find(shown.begin(), shown.end(), std::greater_equal<>());
         backwards != shown.end()) {

@@ -200,7 +200,13 @@ TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
     IsolatedUserFolders user;
     TempFolder folder;
     const std::vector<CopyMedia> media{
-        copyMedia().front(), {"mpeg4", "MPEG4.mov", "25", Rational(1, 25), "-c:v mpeg4 -c:a aac", 0, false}};
+        copyMedia().front(),
+        {"mpeg4", "MPEG4.mov", "25", Rational(1, 25), "-c:v mpeg4 -c:a aac", 0, false},
+        // x265's open GOPs: keyframes with leading pictures cannot be cut at, and widening passes them.
+        {"hevcopen", "HEVCOpen.mov", "25", Rational(1, 25),
+         "-c:v libx265 -tag:v hvc1 -x265-params keyint=25:open-gop=1:bframes=4:scenecut=0:log-level=error "
+         "-c:a aac",
+         0}};
     for (const CopyMedia& medium : media) {
         makeTestVideo(folder / medium.file, kSeconds, 0, medium.arguments, medium.rate);
     }
@@ -230,6 +236,10 @@ TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
     const std::string widened = "↳ auf Keyframes erweitert: 0.0..10.01, 24.024..38.038 (+";
     ASSERT_THAT(copied[1], HasSubstr(widened));
     EXPECT_GT(std::stod(copied[1].substr(copied[1].find(widened) + widened.size())), 0.0) << copied[1];
+    const std::vector<std::string> open = rowOf("hevcopen");
+    ASSERT_EQ(open.size(), 2u) << result.standardOutput;
+    EXPECT_THAT(open[1], HasSubstr("↳ auf Keyframes erweitert: 0.0.."));
+    EXPECT_THAT(open[1], HasSubstr("s über offene GOPs)")) << open[1];
     const std::vector<std::string> reencoded = rowOf("mpeg4");
     ASSERT_EQ(reencoded.size(), 2u) << result.standardOutput;
     EXPECT_THAT(reencoded[0], HasSubstr("schneiden: 2 Segmente, Re-Encode"));

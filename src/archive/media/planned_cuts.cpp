@@ -12,12 +12,13 @@ PlannedCut streamCopyCut(const TrimPlan& plan, const ProbeSetup& probe) {
     try {
         StreamCopyDecision decision = planStreamCopy(plan, probe);
         if (decision.reencodeReason) {
-            return {CutMethod::reEncode, {}, {}, decision.reencodeReason};
+            return {CutMethod::reEncode, {}, {}, {}, decision.reencodeReason};
         }
-        return {CutMethod::streamCopy, std::move(decision.ranges), decision.extraSeconds, std::nullopt};
+        return {CutMethod::streamCopy, std::move(decision.ranges), decision.extraSeconds,
+                decision.openGOPSeconds, std::nullopt};
     } catch (const Error& error) {
         // The run re-encodes a source it cannot probe for a stream copy.
-        return {CutMethod::reEncode, {}, {}, error.what()};
+        return {CutMethod::reEncode, {}, {}, {}, error.what()};
     }
 }
 

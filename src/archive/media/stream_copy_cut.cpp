@@ -72,6 +72,12 @@ void logWidening(const StreamCopyDecision& decision, const ExportContext& contex
     }
     context.log(LogEntryType::info, fmt::format("       Keyframe-Erweiterung: +{}s gegenüber Plan",
                                                 shortestDecimal(decision.extraSeconds.doubleValue())));
+    if (decision.openGOPSeconds > Rational::zero()) {
+        context.log(LogEntryType::info,
+                    fmt::format("       davon +{}s über offene GOPs (Keyframes mit vorgezogenen Bildern, an "
+                                "denen dieser Codec nicht geschnitten werden kann)",
+                                shortestDecimal(decision.openGOPSeconds.doubleValue())));
+    }
 }
 
 // Less room than this left on a disk counts as full: ffmpeg stops when a write no longer fits.

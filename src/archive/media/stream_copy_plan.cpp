@@ -180,8 +180,18 @@ bool startCleanly(const std::filesystem::path& source, const Keyframes& keyframe
 
 struct Widening {
     std::optional<std::vector<HalfOpenRange>> ranges;
-    std::string failure;  ///< why there are none
+    std::string failure;        ///< why there are none
+    Rational openGOPSeconds{};  ///< what passing over open keyframes adds to them
 };
+
+// How much longer pieces widened over open keyframes are than pieces that could cut at every keyframe.
+Rational openGOPSeconds(const std::vector<HalfOpenRange>& segments, const Keyframes& keyframes,
+                        const std::vector<HalfOpenRange>& widened, Rational fileEnd) {
+    const std::optional<std::vector<HalfOpenRange>> atEveryKeyframe = widenToKeyframes(
+        segments, keyframes.times, [](Rational keyframe) { return std::optional(keyframe); }, fileEnd);
+    return atEveryKeyframe ? std::max(Rational::zero(), totalLength(widened) - totalLength(*atEveryKeyframe))
+                           : Rational::zero();
+}
 
 // The plan's segments widened to keyframes a copy can cut at, and further back where decoding could not begin
 // cleanly.
@@ -195,6 +205,7 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
     if (!widening.ranges) {
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }
+    widening.openGOPSeconds = openGOPSeconds(plan.segments, keyframes, *widening.ranges, shownEndOf(packets));
     if (!startCleanly(plan.originalPath, keyframes, *widening.ranges, probe)) {
         return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
     }
@@ -237,6 +248,7 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     }
     decision.ranges = *widening.ranges;
     decision.extraSeconds = totalLength(decision.ranges) - totalLength(fromPictures.segments);
+    decision.openGOPSeconds = widening.openGOPSeconds;
     return decision;
 }
 

@@ -12,8 +12,9 @@ namespace tidyreel {
 
 /// Whether and how the plan's source can be cut by stream copy, decided without cutting anything.
 struct StreamCopyDecision {
-    std::vector<HalfOpenRange> ranges;          ///< the kept ranges widened to keyframe cuts, in order
-    Rational extraSeconds;                      ///< how much longer they are than the planned segments
+    std::vector<HalfOpenRange> ranges;  ///< the kept ranges widened to keyframe cuts, in order
+    Rational extraSeconds;              ///< how much longer they are than the planned segments
+    Rational openGOPSeconds;  ///< of those, what open keyframes that cannot be cut at add (H.264, HEVC)
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets around the segments' ends (or
                                                 ///< all), which the ranges were chosen from

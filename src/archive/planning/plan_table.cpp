@@ -75,6 +75,14 @@ std::string detailLines(const std::string& label, const std::vector<std::string>
     return lines + line + '\n';
 }
 
+// The words of `text`, split at white space, added to `words`.
+void appendWords(std::vector<std::string>& words, const std::string& text) {
+    std::istringstream stream(text);
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+}
+
 // The ranges a stream copy keeps with what they add to the plan, or why the asset is re-encoded.
 std::string cutDetails(const PlannedCut& cut) {
     if (cut.method == CutMethod::streamCopy) {
@@ -82,7 +90,14 @@ std::string cutDetails(const PlannedCut& cut) {
         for (const HalfOpenRange& range : cut.ranges) {
             words.push_back(rangeText(range) + (&range == &cut.ranges.back() ? "" : ","));
         }
-        words.push_back("(+" + millisecondText(cut.extraSeconds) + "s)");
+        if (cut.openGOPSeconds > Rational::zero()) {
+            words.push_back("(+" + millisecondText(cut.extraSeconds) + "s,");
+            const std::string open = millisecondText(cut.openGOPSeconds) + "s";
+            appendWords(words,
+                        localized("davon " + open + " über offene GOPs)", open + " of it over open GOPs)"));
+        } else {
+            words.push_back("(+" + millisecondText(cut.extraSeconds) + "s)");
+        }
         return detailLines(localized("auf Keyframes erweitert:", "widened to keyframes:"), words);
     }
     if (!cut.reencodeReason) {
@@ -90,10 +105,7 @@ std::string cutDetails(const PlannedCut& cut) {
     }
     // A tool's message may span lines; its words are wrapped like any other.
     std::vector<std::string> words;
-    std::istringstream reason(*cut.reencodeReason);
-    for (std::string word; reason >> word;) {
-        words.push_back(word);
-    }
+    appendWords(words, *cut.reencodeReason);
     return detailLines(localized("kein Stream-Copy:", "no stream copy:"), words);
 }
 

@@ -26,6 +26,7 @@ struct PlannedCut {
     CutMethod method = CutMethod::reEncode;     ///< whether its pictures are copied or encoded anew
     std::vector<HalfOpenRange> ranges;          ///< stream copy: the kept ranges widened to keyframes
     Rational extraSeconds;                      ///< stream copy: how much longer they are than the plan's
+    Rational openGOPSeconds;                    ///< of those, what open keyframes it cannot cut at add
     std::optional<std::string> reencodeReason;  ///< why stream copy, though chosen, gives way to re-encoding
 };
 

@@ -19,6 +19,8 @@ TEST(VideoPacketProbe, ListsEveryFrameOfAnOpenGopFileInPresentationOrder) {
                  file.string() + "'"));
     const std::vector<VideoPacket> packets = probeVideoPackets(file, ProbeSetup{});
     ASSERT_EQ(packets.size(), 60u);
+    // The stream says where its pictures end: planning need not read to the file's end to know.
+    EXPECT_EQ(probeVideoClock(file, ProbeSetup{}).picturesEnd, Rational(2));
     for (std::size_t i = 0; i < packets.size(); ++i) {
         EXPECT_EQ(packets[i].time, Rational(static_cast<std::int64_t>(i), 30)) << i;
         EXPECT_EQ(packets[i].duration, Rational(1, 30)) << i;

@@ -67,11 +67,16 @@ std::vector<HalfOpenRange> boundaryStretches(const std::vector<HalfOpenRange>& r
     return stretches;
 }
 
-// Whether `packets` show every picture of each stretch without a hole, from its start on: then the
-// widening chose from keyframes it saw all of.
-bool showsEveryPicture(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& stretches,
-                       Rational frame) {
+// Whether `packets` show every picture of each stretch without a hole, from its start on (up to where the
+// stream says its pictures end, for a stretch beyond): then the widening chose from keyframes it saw all of.
+bool showsEveryPicture(const std::vector<VideoPacket>& packets, std::vector<HalfOpenRange> stretches,
+                       Rational frame, const VideoClock& clock) {
     const Rational largestStep = frame * Rational(3, 2);
+    for (HalfOpenRange& stretch : stretches) {
+        if (clock.picturesEnd) {
+            stretch.end = std::max(stretch.start, std::min(stretch.end, *clock.picturesEnd));
+        }
+    }
     return std::all_of(stretches.begin(), stretches.end(), [&](const HalfOpenRange& stretch) {
         std::optional<Rational> previous;
         for (const VideoPacket& packet : packets) {
@@ -238,7 +243,7 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
     Widening widening = cleanlyWidened(fromPictures, decision.sourcePackets, streams.video, probe);
     if (!widening.ranges ||
         !showsEveryPicture(decision.sourcePackets, boundaryStretches(*widening.ranges, Rational::zero()),
-                           *plan.frameDuration)) {
+                           *plan.frameDuration, decision.clock)) {
         decision.sourcePackets = probeVideoPackets(plan.originalPath, probe);
         widening = cleanlyWidened(fromPictures, decision.sourcePackets, streams.video, probe);
     }

@@ -62,7 +62,10 @@ VideoClock videoClockOf(const json& document) {
     const Rational timeBase = streamTimeBase(*stream);
     const Rational origin = fileOrigin(document, *stream, timeBase);
     const std::optional<std::int64_t> startPts = probeInteger(*stream, "start_pts");
-    return {timeBase, origin, startPts ? Rational(*startPts) * timeBase - origin : Rational::zero()};
+    const Rational firstPicture = startPts ? Rational(*startPts) * timeBase - origin : Rational::zero();
+    const std::optional<std::int64_t> length = probeInteger(*stream, "duration_ts");
+    return {timeBase, origin, firstPicture,
+            length ? std::optional(firstPicture + Rational(*length) * timeBase) : std::nullopt};
 }
 
 // Reading only the windows, when there are any.
@@ -92,11 +95,11 @@ std::vector<const VideoPacket*> inDecodingOrder(const std::vector<VideoPacket>& 
 }  // namespace
 
 VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& probe) {
-    return videoClockOf(
-        parsedProbeObject(FFProbe::runProbe({"-v", "error", "-select_streams", "v:0", "-show_entries",
-                                             "stream=time_base,start_pts:format=start_time", "-of",
-                                             "json=compact=1", std::filesystem::absolute(file).string()},
-                                            probe)));
+    return videoClockOf(parsedProbeObject(
+        FFProbe::runProbe({"-v", "error", "-select_streams", "v:0", "-show_entries",
+                           "stream=time_base,start_pts,duration_ts:format=start_time", "-of",
+                           "json=compact=1", std::filesystem::absolute(file).string()},
+                          probe)));
 }
 
 std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Rational margin,

@@ -39,6 +39,8 @@ struct VideoClock {
     Rational origin;        ///< where `-ss 0` lies on its clock: packet times are its timestamps less this
     Rational firstPicture;  ///< when its first picture shows, as packet times count: later than zero in a
                             ///< file whose pictures start late (B-frames without an edit list)
+    std::optional<Rational> picturesEnd{};  ///< where its pictures end as the stream says, as packet times
+                                            ///< count; none when it does not say
 };
 
 /// The clock of the file's first video stream, read with the run's ffprobe; throws `ProbeError`.

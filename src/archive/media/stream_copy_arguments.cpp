@@ -152,13 +152,12 @@ struct ListEntry {
 // A range from keyframe to keyframe (or to the first leading picture of an open one) decodes entirely
 // before it.
 std::optional<VideoPacket> packetAfter(const std::vector<VideoPacket>& packets, const HalfOpenRange& range) {
-    std::optional<VideoPacket> after;
-    for (const VideoPacket& packet : packets) {
-        if (packet.time >= range.end && (!after || packet.decodeTime < after->decodeTime)) {
-            after = packet;
-        }
-    }
-    return after;
+    const auto first = std::partition_point(
+        packets.begin(), packets.end(), [&](const VideoPacket& packet) { return packet.time < range.end; });
+    const auto last = first + std::min(kReorderReach, packets.end() - first);
+    const auto after = std::min_element(
+        first, last, [](const VideoPacket& a, const VideoPacket& b) { return a.decodeTime < b.decodeTime; });
+    return after == last ? std::nullopt : std::optional(*after);
 }
 
 // The leading pictures of each range's keyframe: shown before the range, they need pictures it leaves out.

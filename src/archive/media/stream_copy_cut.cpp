@@ -23,11 +23,9 @@ std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
     const std::vector<Rational> starts = backToBackStarts(ranges);
     std::vector<VideoPacket> copied;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
-        for (const VideoPacket& packet : source) {
-            if (ranges[i].contains(packet.time)) {
-                copied.push_back(packet);
-                copied.back().time = packet.time - ranges[i].start + starts[i];
-            }
+        for (const VideoPacket& packet : packetsShownIn(source, ranges[i].start, ranges[i].end)) {
+            copied.push_back(packet);
+            copied.back().time = packet.time - ranges[i].start + starts[i];
         }
     }
     return copied;
@@ -95,12 +93,8 @@ bool noRoomLeftBeside(const std::filesystem::path& file) {
 bool coverRanges(const std::vector<VideoPacket>& packets, const std::vector<HalfOpenRange>& ranges,
                  Rational halfFrame) {
     return std::all_of(ranges.begin(), ranges.end(), [&](const HalfOpenRange& range) {
-        const auto shows = [&](Rational from, Rational to) {
-            return std::any_of(packets.begin(), packets.end(), [&](const VideoPacket& packet) {
-                return packet.time >= from && packet.time < to;
-            });
-        };
-        return shows(range.start, range.start + halfFrame) && shows(range.end - halfFrame * 3, range.end);
+        return !packetsShownIn(packets, range.start, range.start + halfFrame).empty() &&
+               !packetsShownIn(packets, range.end - halfFrame * 3, range.end).empty();
     });
 }
 
@@ -156,9 +150,9 @@ void requireJoinsPlayInOrder(const std::filesystem::path& written, const std::ve
     }
     const std::vector<Rational> starts = backToBackStarts(ranges);
     for (auto join = starts.begin() + 1; join < starts.end(); ++join) {
-        for (const VideoPacket& packet : packets) {
-            if (packet.time >= *join - kCheckedBeforeJoin && packet.time < *join + kCheckedAfterJoin &&
-                !std::binary_search(shown.begin(), shown.end(), packet.time)) {
+        for (const VideoPacket& packet :
+             packetsShownIn(packets, *join - kCheckedBeforeJoin, *join + kCheckedAfterJoin)) {
+            if (!std::binary_search(shown.begin(), shown.end(), packet.time)) {
                 fail(fmt::format("Bild bei {}s fehlt beim Abspielen über den Übergang bei {}s",
                                  shortestDecimal(packet.time.doubleValue()),
                                  shortestDecimal(join->doubleValue())));

@@ -30,9 +30,9 @@ struct StreamCopyResult {
 
 /// Cuts the plan's segments out of `source` by stream copy into `output`: widened to keyframes for
 /// long-GOP media (exactly the planned frames for intra-frame media), in one ffmpeg run that seeks to each
-/// range; then every written video packet is checked against the source's (time and bytes) and each
-/// range's start is decoded. Throws `StreamCopyUnsuitable` (with nothing left behind) when the source
-/// cannot be cut this way.
+/// range; then every written video packet is checked against the source's (time and bytes), each range's
+/// start is decoded, and each join is played through. Throws `StreamCopyUnsuitable` (with nothing left
+/// behind) when the source cannot be cut this way.
 StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::path& source,
                                  const std::filesystem::path& output, ArchiveExportContext& context,
                                  const ToolProgress& progress);

@@ -68,8 +68,17 @@ VideoClock videoClockOf(const json& document) {
             length ? std::optional(firstPicture + Rational(*length) * timeBase) : std::nullopt};
 }
 
-// Reading only the windows, when there are any.
-void appendWindows(std::vector<std::string>& arguments, const std::vector<PacketWindow>& windows) {
+// The ffprobe arguments that show `entries` of the first video stream of `file` (with its time base and
+// start, and the file's start) as compact JSON; `extra` options before the file, which is read only in
+// `windows` when there are any.
+std::vector<std::string> videoStreamProbeArguments(const std::string& entries,
+                                                   const std::filesystem::path& file,
+                                                   const std::vector<PacketWindow>& windows,
+                                                   const std::vector<std::string>& extra = {}) {
+    std::vector<std::string> arguments{"-v", "error", "-select_streams", "v:0"};
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    arguments.insert(arguments.end(),
+                     {"-show_entries", entries + ":format=start_time", "-of", "json=compact=1"});
     std::vector<std::string> intervals;
     for (const PacketWindow& window : windows) {
         intervals.push_back(fmt::format("{}%{}", ffmpegSeconds(window.from.doubleValue()),
@@ -78,6 +87,8 @@ void appendWindows(std::vector<std::string>& arguments, const std::vector<Packet
     if (!intervals.empty()) {
         arguments.insert(arguments.end(), {"-read_intervals", fmt::format("{}", fmt::join(intervals, ","))});
     }
+    arguments.push_back(std::filesystem::absolute(file).string());
+    return arguments;
 }
 
 // The packets in the order they are decoded.
@@ -95,11 +106,8 @@ std::vector<const VideoPacket*> inDecodingOrder(const std::vector<VideoPacket>& 
 }  // namespace
 
 VideoClock probeVideoClock(const std::filesystem::path& file, const ProbeSetup& probe) {
-    return videoClockOf(parsedProbeObject(
-        FFProbe::runProbe({"-v", "error", "-select_streams", "v:0", "-show_entries",
-                           "stream=time_base,start_pts,duration_ts:format=start_time", "-of",
-                           "json=compact=1", std::filesystem::absolute(file).string()},
-                          probe)));
+    return videoClockOf(parsedProbeObject(FFProbe::runProbe(
+        videoStreamProbeArguments("stream=time_base,start_pts,duration_ts", file, {}), probe)));
 }
 
 std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Rational margin,
@@ -126,19 +134,11 @@ std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Ratio
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,
                                                    const std::vector<PacketWindow>& windows,
                                                    PacketChecksums checksums) {
-    std::vector<std::string> arguments{"-v", "error", "-select_streams", "v:0"};
-    if (checksums == PacketChecksums::compute) {
-        // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one.
-        arguments.insert(arguments.end(), {"-show_data_hash", "adler32"});
-    }
-    arguments.insert(arguments.end(),
-                     {"-show_entries",
-                      "packet=pts,dts,duration,flags,pos,data_hash:stream=time_base,start_pts:"
-                      "format=start_time",
-                      "-of", "json=compact=1"});
-    appendWindows(arguments, windows);
-    arguments.push_back(std::filesystem::absolute(file).string());
-    return arguments;
+    // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one.
+    return videoStreamProbeArguments(
+        "packet=pts,dts,duration,flags,pos,data_hash:stream=time_base,start_pts", file, windows,
+        checksums == PacketChecksums::compute ? std::vector<std::string>{"-show_data_hash", "adler32"}
+                                              : std::vector<std::string>{});
 }
 
 std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
@@ -202,13 +202,9 @@ std::vector<Rational> parseDecodedPictureTimes(std::string_view text) {
 
 std::vector<Rational> probeDecodedPictureTimes(const std::filesystem::path& file, const ProbeSetup& probe,
                                                const std::vector<PacketWindow>& windows) {
-    std::vector<std::string> arguments{
-        "-v",  "error",         "-select_streams",
-        "v:0", "-show_entries", "frame=best_effort_timestamp:stream=time_base,start_pts:format=start_time",
-        "-of", "json=compact=1"};
-    appendWindows(arguments, windows);
-    arguments.push_back(std::filesystem::absolute(file).string());
-    return parseDecodedPictureTimes(FFProbe::runProbe(arguments, probe));
+    return parseDecodedPictureTimes(FFProbe::runProbe(
+        videoStreamProbeArguments("frame=best_effort_timestamp:stream=time_base,start_pts", file, windows),
+        probe));
 }
 
 std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets) {
@@ -226,25 +222,34 @@ std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets)
     return open;
 }
 
+std::span<const VideoPacket> packetsShownIn(const std::vector<VideoPacket>& packets, Rational from,
+                                            Rational to) {
+    const auto shownBefore = [](Rational time) {
+        return [time](const VideoPacket& packet) { return packet.time < time; };
+    };
+    const auto first = std::partition_point(packets.begin(), packets.end(), shownBefore(from));
+    const auto last = std::partition_point(first, packets.end(), shownBefore(to));
+    return {first, last};
+}
+
 std::vector<VideoPacket> leadingPictures(const std::vector<VideoPacket>& packets, Rational keyframe) {
-    const auto key = std::find_if(packets.begin(), packets.end(), [&](const VideoPacket& packet) {
-        return packet.keyframe && packet.time == keyframe;
-    });
+    const auto key = std::partition_point(packets.begin(), packets.end(),
+                                          [&](const VideoPacket& packet) { return packet.time < keyframe; });
     std::vector<VideoPacket> leading;
-    if (key == packets.end()) {
+    if (key == packets.end() || key->time != keyframe || !key->keyframe) {
         return leading;
     }
-    std::copy_if(packets.begin(), key, std::back_inserter(leading),
+    std::copy_if(key - std::min(kReorderReach, key - packets.begin()), key, std::back_inserter(leading),
                  [&](const VideoPacket& packet) { return packet.decodeTime > key->decodeTime; });
     return leading;
 }
 
 int reorderDepth(const std::vector<VideoPacket>& packets) {
     const std::vector<const VideoPacket*> decoding = inDecodingOrder(packets);
-    const std::size_t lookBack = 32;
     int depth = 0;
     for (std::size_t i = 0; i < decoding.size(); ++i) {
-        const auto earlier = decoding.begin() + static_cast<std::ptrdiff_t>(i - std::min(i, lookBack));
+        const auto earlier =
+            decoding.begin() + static_cast<std::ptrdiff_t>(i) - std::min<std::ptrdiff_t>(i, kReorderReach);
         const auto showLater =
             std::count_if(earlier, decoding.begin() + static_cast<std::ptrdiff_t>(i),
                           [&](const VideoPacket* other) { return other->time > decoding[i]->time; });

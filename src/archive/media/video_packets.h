@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -86,12 +87,20 @@ std::vector<Rational> parseDecodedPictureTimes(std::string_view json);
 /// after such a keyframe shows before it (a leading picture), so a copy can neither start nor end there.
 std::vector<Rational> openKeyframeTimes(const std::vector<VideoPacket>& packets);
 
+/// How many packets a picture can trade places with between decoding and display: more than any codec
+/// reorders. Searches for reordered pictures look no further.
+inline constexpr std::ptrdiff_t kReorderReach = 32;
+
+/// The packets of sorted packets shown from `from` up to before `to`.
+std::span<const VideoPacket> packetsShownIn(const std::vector<VideoPacket>& packets, Rational from,
+                                            Rational to);
+
 /// The leading pictures of the keyframe at `keyframe` in sorted packets: those decoded after it but shown
 /// before it (open GOP), sorted by time; none for a closed keyframe.
 std::vector<VideoPacket> leadingPictures(const std::vector<VideoPacket>& packets, Rational keyframe);
 
 /// The most pictures of sorted packets decoded before one of them that show after it: how far decoding runs
-/// ahead of display. Counted among the 32 packets decoded before each, more than any codec reorders.
+/// ahead of display. Counted among the `kReorderReach` packets decoded before each.
 int reorderDepth(const std::vector<VideoPacket>& packets);
 
 /// The time of the last keyframe shown at or before `time` in sorted packets: decoding from there yields

@@ -21,13 +21,17 @@ std::vector<VideoPacket> framePackets(int count, Rational frame, int keyframeEve
     return packets;
 }
 
+// A source whose clock ticks `tick` and starts `origin` after the file's start, with pictures `frame` long.
+CopySource sourceOf(const std::string& file, Rational tick, Rational origin, std::vector<VideoPacket> packets,
+                    Rational frame, std::vector<std::string> audioCodecs = {}) {
+    return {file, VideoClock{tick, origin, Rational::zero()}, std::move(packets), frame / 2,
+            std::move(audioCodecs)};
+}
+
 TEST(StreamCopyArguments, ListSeeksToEachRangeAndStopsWhereTheNextDecodes) {
     const Rational frame(1, 25);
-    const CopySource source{"/media/it's.mov",
-                            VideoClock{Rational(1, 12800), Rational::zero(), Rational::zero()},
-                            framePackets(500, frame, 50),
-                            frame / 2,
-                            {"pcm_s16le"}};
+    const CopySource source = sourceOf("/media/it's.mov", Rational(1, 12800), Rational::zero(),
+                                       framePackets(500, frame, 50), frame, {"pcm_s16le"});
     // The second range reaches the end of the file: nothing follows it to stop at.
     EXPECT_EQ(rangeListText(source, {{Rational(2), Rational(6)}, {Rational(10), Rational(20)}}),
               "ffconcat version 1.0\n"
@@ -37,11 +41,8 @@ TEST(StreamCopyArguments, ListSeeksToEachRangeAndStopsWhereTheNextDecodes) {
 
 TEST(StreamCopyArguments, ListCountsOnTheStreamsClock) {
     const Rational frame(1, 25);
-    const CopySource source{"/m.mov",
-                            VideoClock{Rational(1, 12800), Rational(3), Rational::zero()},
-                            framePackets(500, frame, 50),
-                            frame / 2,
-                            {}};
+    const CopySource source =
+        sourceOf("/m.mov", Rational(1, 12800), Rational(3), framePackets(500, frame, 50), frame);
     EXPECT_EQ(
         rangeListText(source, {{Rational(2), Rational(4)}}),
         "ffconcat version 1.0\nfile '/m.mov'\ninpoint 5.000000\noutpoint 6.920000\nduration 2.000000\n");
@@ -49,26 +50,19 @@ TEST(StreamCopyArguments, ListCountsOnTheStreamsClock) {
 
 // With ticks of 100 ns, a keyframe can lie between two microseconds, the concat demuxer's unit: the list
 // seeks to the microsecond after it, its shift then misses, and each range's packets are moved the rest of
-// the way. With ticks a microsecond
-// divides evenly into (1/12800 s), nothing is moved.
+// the way. With ticks a microsecond divides evenly into (1/12800 s), nothing is moved.
 TEST(StreamCopyArguments, PacketsAreMovedOnlyWhereTheListsMicrosecondsFallShort) {
     const Rational fineFrame(333671, 10000000);
-    const CopySource fine{"/m.mov",
-                          VideoClock{Rational(1, 10000000), Rational::zero(), Rational::zero()},
-                          framePackets(30, fineFrame, 3),
-                          fineFrame / 2,
-                          {}};
+    const CopySource fine = sourceOf("/m.mov", Rational(1, 10000000), Rational::zero(),
+                                     framePackets(30, fineFrame, 3), fineFrame);
     const std::vector<std::string> moved = seekingCopyArguments(
         fine, {{fineFrame * 3, fineFrame * 6}, {fineFrame * 9, fineFrame * 12}}, "/tmp/list", "/out/m.mov");
     EXPECT_THAT(moved, Contains("setts=pts='PTS+if(gte(PTS*TB,0.083417750),4,7)':"
                                 "dts='DTS+if(gte(PTS*TB,0.083417750),4,7)'"));
 
     const Rational frame(1, 25);
-    const CopySource even{"/m.mov",
-                          VideoClock{Rational(1, 12800), Rational::zero(), Rational::zero()},
-                          framePackets(500, frame, 50),
-                          frame / 2,
-                          {}};
+    const CopySource even =
+        sourceOf("/m.mov", Rational(1, 12800), Rational::zero(), framePackets(500, frame, 50), frame);
     const std::vector<std::string> unmoved = seekingCopyArguments(
         even, {{Rational(2), Rational(6)}, {Rational(10), Rational(14)}}, "/tmp/list", "/out/m.mov");
     EXPECT_THAT(unmoved, Not(Contains("-bsf:v")));
@@ -107,11 +101,8 @@ std::vector<VideoPacket> openGOPPackets(int gops, Rational frame) {
 // range's), the entry stops where that later keyframe decodes, and decoding times are counted anew.
 TEST(StreamCopyArguments, CutsInOpenGOPsLeaveOutLeadingPicturesAndRenumberDecoding) {
     const Rational frame(1, 25);
-    const CopySource source{"/x.mov",
-                            VideoClock{Rational(1, 12800), Rational::zero(), Rational::zero()},
-                            openGOPPackets(10, frame),
-                            frame / 2,
-                            {}};
+    const CopySource source =
+        sourceOf("/x.mov", Rational(1, 12800), Rational::zero(), openGOPPackets(10, frame), frame);
     const std::vector<HalfOpenRange> ranges{{frame * 12, frame * 34}, {frame * 60, frame * 82}};
     // Keyframe 36 is decoded after 34 packets (10 of the first GOP, 12 of each other): at 33 frames.
     EXPECT_EQ(rangeListText(source, ranges),

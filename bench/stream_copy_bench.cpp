@@ -107,8 +107,8 @@ void ffmpegCopyRunAlone(benchmark::State& state) {
     const int seconds = static_cast<int>(state.range(0));
     const tidyreel::TrimPlan plan = benchPlan(seconds);
     const tidyreel::StreamCopyDecision decision = tidyreel::planStreamCopy(plan, {});
-    const tidyreel::CopySource source{longGOPFile(seconds), decision.clock, decision.sourcePackets,
-                                      kFrame / 2, decision.audioCodecs};
+    const tidyreel::CopySource source{longGOPFile(seconds), decision.clock,       decision.sourcePackets,
+                                      kFrame / 2,           decision.audioCodecs, decision.videoCodec};
     const fs::path list = workFolder() / "ranges.ffconcat";
     std::ofstream(list) << tidyreel::rangeListText(source, decision.ranges);
     const fs::path output = workFolder() / "run_alone.mov";

@@ -69,23 +69,45 @@ double frameBrightness(const std::filesystem::path& file, long index) {
     return sum / static_cast<double>(bytes.size());
 }
 
-std::string frameMD5(const std::filesystem::path& file, long index) {
-    const std::filesystem::path out = file.string() + "." + std::to_string(index) + ".md5";
-    runShell("ffmpeg -nostdin -v error -y -i '" + file.string() + "' -map 0:v:0 -vf \"select=eq(n\\," +
-             std::to_string(index) + ")\" -frames:v 1 -f framemd5 '" + out.string() + "'");
+namespace {
+
+// The hashes of ffmpeg's framemd5 output: the last field of each frame line.
+std::vector<std::string> framemd5Hashes(const std::string& text) {
+    std::vector<std::string> hashes;
+    for (const std::string& line : splitLines(text)) {
+        const std::size_t comma = line.find_last_of(',');
+        if (line.empty() || line.front() == '#' || comma == std::string::npos) {
+            continue;
+        }
+        std::string hash = line.substr(comma + 1);
+        hash.erase(0, hash.find_first_not_of(' '));
+        hash.erase(hash.find_last_not_of(" \r") + 1);
+        hashes.push_back(hash);
+    }
+    return hashes;
+}
+
+// The frame hashes of `file` after the video filter `filter` ("null" for all of them).
+std::vector<std::string> filteredFrameMD5s(const std::filesystem::path& file, const std::string& filter,
+                                           const std::string& name) {
+    const std::filesystem::path out = file.string() + "." + name + ".md5";
+    runShell("ffmpeg -nostdin -v error -y -i '" + file.string() + "' -map 0:v:0 -vf \"" + filter +
+             "\" -f framemd5 '" + out.string() + "'");
     const std::string text = readTextFile(out);
     std::filesystem::remove(out);
-    // The last field of the one frame line.
-    const std::size_t comma = text.find_last_of(',');
-    if (comma == std::string::npos) {
-        return {};
-    }
-    std::string hash = text.substr(comma + 1);
-    hash.erase(0, hash.find_first_not_of(' '));
-    while (!hash.empty() && (hash.back() == '\n' || hash.back() == ' ')) {
-        hash.pop_back();
-    }
-    return hash;
+    return framemd5Hashes(text);
+}
+
+}  // namespace
+
+std::string frameMD5(const std::filesystem::path& file, long index) {
+    const std::vector<std::string> hashes =
+        filteredFrameMD5s(file, "select=eq(n\\," + std::to_string(index) + ")", std::to_string(index));
+    return hashes.size() == 1 ? hashes.front() : std::string{};
+}
+
+std::vector<std::string> frameMD5s(const std::filesystem::path& file) {
+    return filteredFrameMD5s(file, "null", "all");
 }
 
 Rational frameStartAtOrAfter(double seconds, Rational frame) {

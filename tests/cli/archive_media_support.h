@@ -32,6 +32,9 @@ double frameBrightness(const std::filesystem::path& file, long index);
 /// The MD5 of decoded frame `index` of a video file, in its own pixel format (empty when it cannot be read).
 std::string frameMD5(const std::filesystem::path& file, long index);
 
+/// The MD5 of every decoded frame of a video file, in its own pixel format, in the order they come out.
+std::vector<std::string> frameMD5s(const std::filesystem::path& file);
+
 /// The index of the frame shown in the slot of `frame` seconds at `time` (seconds from the file's start):
 /// the last one starting before the slot's middle, by the file's real frame timestamps.
 long shownFrame(const std::filesystem::path& file, Rational time, Rational frame);

@@ -17,6 +17,7 @@ struct CopySource {
     std::vector<VideoPacket> packets;  ///< its shown video packets around the ranges' ends, sorted by time
     Rational halfFrame;                ///< keeps thresholds between pictures clear of rounding
     std::vector<std::string> audioCodecs;  ///< of each of its sound streams, in order
+    std::string videoCodec{};              ///< of its first video stream
 };
 
 /// Where each range starts in the file that holds them back to back.

@@ -1,5 +1,6 @@
 #include "archive/media/stream_copy_cut.h"
 
+#include "archive/media/broken_link_joins.h"
 #include "archive/media/clean_starts.h"
 #include "archive/media/media_probe.h"
 #include "archive/media/segment_trimming.h"
@@ -17,15 +18,24 @@ namespace tidyreel {
 namespace {
 
 // The source's packets shown inside the ranges, at the times they show in the file that holds the ranges
-// back to back.
-std::vector<VideoPacket> packetsAsCopied(const std::vector<VideoPacket>& source,
+// back to back, with the bytes they have there: where the codec needs it, the keyframe at each join is
+// marked as a broken link.
+std::vector<VideoPacket> packetsAsCopied(const CopySource& source, const std::vector<VideoPacket>& packets,
                                          const std::vector<HalfOpenRange>& ranges) {
     const std::vector<Rational> starts = backToBackStarts(ranges);
     std::vector<VideoPacket> copied;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
-        for (const VideoPacket& packet : packetsShownIn(source, ranges[i].start, ranges[i].end)) {
+        const std::span<const VideoPacket> shown = packetsShownIn(packets, ranges[i].start, ranges[i].end);
+        const std::size_t first = copied.size();
+        for (const VideoPacket& packet : shown) {
             copied.push_back(packet);
             copied.back().time = packet.time - ranges[i].start + starts[i];
+        }
+        if (i > 0 && !shown.empty() && joinsNeedMarking(source.videoCodec)) {
+            std::vector<std::uint8_t> bytes = packetBytes(source.file, shown.front());
+            if (markBrokenLink(bytes)) {
+                copied[first].dataHash = adler32Text(bytes);
+            }
         }
     }
     return copied;
@@ -72,8 +82,7 @@ void logWidening(const StreamCopyDecision& decision, const ExportContext& contex
                                                 shortestDecimal(decision.extraSeconds.doubleValue())));
     if (decision.openGOPSeconds > Rational::zero()) {
         context.log(LogEntryType::info,
-                    fmt::format("       davon +{}s über offene GOPs (Keyframes mit vorgezogenen Bildern, an "
-                                "denen dieser Codec nicht geschnitten werden kann)",
+                    fmt::format("       davon +{}s über offene GOPs (Keyframes mit vorgezogenen Bildern)",
                                 shortestDecimal(decision.openGOPSeconds.doubleValue())));
     }
 }
@@ -188,7 +197,7 @@ void proveCopy(const CopySource& source, const std::vector<HalfOpenRange>& range
         sourcePackets = probeVideoPackets(source.file, probe, {}, PacketChecksums::compute);
     }
     const std::vector<VideoPacket> writtenPackets = written.get();
-    requireSourcePackets(output, writtenPackets, packetsAsCopied(sourcePackets, ranges));
+    requireSourcePackets(output, writtenPackets, packetsAsCopied(source, sourcePackets, ranges));
     joins.get();
     requireJoinsPlayInOrder(output, ranges, writtenPackets, playedThrough.get());
 }
@@ -214,6 +223,16 @@ void copyBySeeking(const CopySource& source, const std::vector<HalfOpenRange>& r
     removeFolder();
 }
 
+// Marks the joins where the codec needs it (see `markJoinsAsBrokenLinks`), then proves the copy.
+void finishCopy(const CopySource& source, const std::vector<HalfOpenRange>& ranges,
+                const std::filesystem::path& output, const ProbeSetup& probe) {
+    if (joinsNeedMarking(source.videoCodec) && ranges.size() > 1) {
+        const std::vector<Rational> starts = backToBackStarts(ranges);
+        markJoinsAsBrokenLinks(output, {starts.begin() + 1, starts.end()}, probe);
+    }
+    proveCopy(source, ranges, output, probe);
+}
+
 // Copies the ranges by seeking to each. Where that cannot be proven exact (a file whose sound lies so far
 // ahead of its pictures that an entry stops at a sound packet before its last picture), the copy is made
 // again reading through, which keeps exactly the packets it is told to.
@@ -226,7 +245,7 @@ void copyRanges(const CopySource& source, const std::vector<HalfOpenRange>& rang
                                   : fmt::format("Trim (Stream-Copy, {} Segmente)", ranges.size());
     try {
         copyBySeeking(source, ranges, output, assetID, label, context, progress);
-        proveCopy(source, ranges, output, probe);
+        finishCopy(source, ranges, output, probe);
         return;
     } catch (const RunCancelled&) {
         throw;
@@ -241,7 +260,7 @@ void copyRanges(const CopySource& source, const std::vector<HalfOpenRange>& rang
         std::filesystem::remove(output, ignored);
     }
     runFFmpeg(readThroughCopyArguments(source, ranges, output), label, std::nullopt, context, progress);
-    proveCopy(source, ranges, output, probe);
+    finishCopy(source, ranges, output, probe);
 }
 
 }  // namespace
@@ -258,8 +277,12 @@ StreamCopyResult cutByStreamCopy(const TrimPlan& plan, const std::filesystem::pa
             throw StreamCopyUnsuitable(*decision.reencodeReason);
         }
         logWidening(decision, context);
-        const CopySource copy{source, decision.clock, std::move(decision.sourcePackets),
-                              *plan.frameDuration / 2, std::move(decision.audioCodecs)};
+        const CopySource copy{source,
+                              decision.clock,
+                              std::move(decision.sourcePackets),
+                              *plan.frameDuration / 2,
+                              std::move(decision.audioCodecs),
+                              decision.videoCodec};
         copyRanges(copy, decision.ranges, output, plan.assetID, context, progress);
         return {decision.ranges, std::vector<Rational>(decision.ranges.size(), Rational::zero())};
     } catch (const RunCancelled&) {

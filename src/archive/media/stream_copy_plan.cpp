@@ -1,5 +1,6 @@
 #include "archive/media/stream_copy_plan.h"
 
+#include "archive/media/broken_link_joins.h"
 #include "archive/media/clean_starts.h"
 #include "archive/planning/interval_merger.h"
 #include "archive/planning/keyframe_widening.h"
@@ -93,12 +94,12 @@ bool showsEveryPicture(const std::vector<VideoPacket>& packets, std::vector<Half
 }
 
 // Codecs whose open GOPs can be cut at their keyframe by leaving the leading pictures out: MPEG-2, whose B
-// pictures are never referred to and whose GOPs count their pictures afresh. Not H.264, where later
-// pictures may refer to leading ones, nor HEVC, which counts pictures on from a keyframe that does not
-// begin the stream (a CRA): two ranges joined there count the same numbers twice, and decoders give the
-// pictures out of order.
+// pictures are never referred to and whose GOPs count their pictures afresh, and HEVC, where no picture
+// after a keyframe refers to its leading ones and the copy marks each join at such a keyframe as a broken
+// link, so that the count starts afresh there too. Not H.264, where later pictures may refer to leading
+// ones and an I picture that is no IDR cannot be marked as a new start without rewriting its slices.
 bool leadingPicturesCanBeLeftOut(const std::string& codec) {
-    return codec == "mpeg2video";
+    return codec == "mpeg2video" || joinsNeedMarking(codec);
 }
 
 // The keyframes of sorted packets, which of them start an open GOP, and where a copy can cut at them.
@@ -183,6 +184,14 @@ bool startCleanly(const std::filesystem::path& source, const Keyframes& keyframe
     return true;
 }
 
+// Codecs whose keyframes need not be clean starts: an H.264 I picture that is no IDR is marked as one. The
+// keyframes of the others are (intra-frame pictures, HEVC's random access pictures, MPEG-2's I pictures,
+// whose leading pictures a copy leaves out); decoding from one of those can still complain, about the leading
+// pictures the decoder skips (multi-slice HEVC), which says nothing about the range.
+bool keyframesCanBeUnclean(const std::string& codec) {
+    return codec == "h264";
+}
+
 struct Widening {
     std::optional<std::vector<HalfOpenRange>> ranges;
     std::string failure;        ///< why there are none
@@ -211,7 +220,8 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }
     widening.openGOPSeconds = openGOPSeconds(plan.segments, keyframes, *widening.ranges, shownEndOf(packets));
-    if (!startCleanly(plan.originalPath, keyframes, *widening.ranges, probe)) {
+    if (keyframesCanBeUnclean(codec) &&
+        !startCleanly(plan.originalPath, keyframes, *widening.ranges, probe)) {
         return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
     }
     return widening;
@@ -234,6 +244,7 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
                           windowsAround(boundaryStretches(fromPictures.segments, kPacketMargin),
                                         Rational::zero(), decision.clock));
     const FFProbe::StreamCodecs streams = codecs.get();
+    decision.videoCodec = streams.video;
     decision.audioCodecs = streams.audio;
     decision.reencodeReason = obstacle(plan, streams.video);
     if (decision.reencodeReason) {

@@ -14,10 +14,11 @@ namespace tidyreel {
 struct StreamCopyDecision {
     std::vector<HalfOpenRange> ranges;  ///< the kept ranges widened to keyframe cuts, in order
     Rational extraSeconds;              ///< how much longer they are than the planned segments
-    Rational openGOPSeconds;  ///< of those, what open keyframes that cannot be cut at add (H.264, HEVC)
+    Rational openGOPSeconds;            ///< of those, what open keyframes that cannot be cut at add (H.264)
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets around the segments' ends (or
                                                 ///< all), which the ranges were chosen from
+    std::string videoCodec;                     ///< the source's first video stream's
     std::vector<std::string> audioCodecs;       ///< the source's sound streams, each cut with the pictures
     VideoClock clock;                           ///< how the source's video counts time
 };
@@ -26,8 +27,8 @@ struct StreamCopyDecision {
 /// whole file's when those do not show every picture there), from which the keyframes and their
 /// closedness (leading pictures in decoding order) are read; each segment widens outward to keyframes a copy
 /// can cut at (closed ones; open ones too where the codec lets their leading pictures be left out; the
-/// file's end at worst), and its start further back while decoding from it
-/// complains (the file's start at worst). Throws `ProbeError`, `RunCancelled`.
+/// file's end at worst), and an H.264 range's start further back while decoding from it complains (the
+/// file's start at worst). Throws `ProbeError`, `RunCancelled`.
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe);
 
 }  // namespace tidyreel

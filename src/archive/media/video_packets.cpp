@@ -136,7 +136,7 @@ std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& 
                                                    PacketChecksums checksums) {
     // Adler-32 is the cheapest checksum ffprobe offers: it tells a copied packet from a changed one.
     return videoStreamProbeArguments(
-        "packet=pts,dts,duration,flags,pos,data_hash:stream=time_base,start_pts", file, windows,
+        "packet=pts,dts,duration,flags,pos,size,data_hash:stream=time_base,start_pts", file, windows,
         checksums == PacketChecksums::compute ? std::vector<std::string>{"-show_data_hash", "adler32"}
                                               : std::vector<std::string>{});
 }
@@ -165,7 +165,8 @@ std::vector<VideoPacket> parseVideoPackets(std::string_view text) {
         const std::int64_t dts = probeInteger(packet, "dts").value_or(*pts);
         packets.push_back({Rational(*pts) * timeBase - origin, Rational(duration) * timeBase,
                            hasFlag(flags, 0, 'K'), Rational(dts) * timeBase - origin,
-                           probeText(packet, "data_hash", ""), probeInteger(packet, "pos").value_or(-1)});
+                           probeText(packet, "data_hash", ""), probeInteger(packet, "pos").value_or(-1),
+                           probeInteger(packet, "size").value_or(-1)});
     }
     std::stable_sort(packets.begin(), packets.end(),
                      [](const VideoPacket& a, const VideoPacket& b) { return a.time < b.time; });

@@ -23,6 +23,7 @@ struct VideoPacket {
     std::string dataHash{};  ///< a checksum of its bytes, to tell a copied packet from a changed one; empty
                              ///< when not probed
     std::int64_t position = -1;  ///< where its bytes begin in the file; -1 when the container does not say
+    std::int64_t size = -1;      ///< how many bytes it has; -1 when the probe does not say
 
     bool operator==(const VideoPacket&) const = default;
 };

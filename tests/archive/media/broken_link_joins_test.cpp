@@ -1,0 +1,92 @@
+#include "archive/media/broken_link_joins.h"
+
+#include "base/error.h"
+#include "test_support.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tidyreel {
+namespace {
+
+// One NAL unit as MP4 stores it: a four-byte length, the two header bytes (type, layer 0, temporal id 1),
+// then `payload` bytes.
+std::vector<std::uint8_t> nalUnit(int type, std::size_t payload, std::uint8_t fill = 0xa5) {
+    const std::size_t length = payload + 2;
+    std::vector<std::uint8_t> unit{
+        static_cast<std::uint8_t>(length >> 24), static_cast<std::uint8_t>(length >> 16),
+        static_cast<std::uint8_t>(length >> 8),  static_cast<std::uint8_t>(length),
+        static_cast<std::uint8_t>(type << 1),    0x01};
+    unit.insert(unit.end(), payload, fill);
+    return unit;
+}
+
+std::vector<std::uint8_t> sample(const std::vector<std::vector<std::uint8_t>>& units) {
+    std::vector<std::uint8_t> bytes;
+    for (const auto& unit : units) {
+        bytes.insert(bytes.end(), unit.begin(), unit.end());
+    }
+    return bytes;
+}
+
+const int kAccessUnitDelimiter = 35;
+const int kPrefixSEI = 39;
+const int kCleanRandomAccess = 21;
+const int kBrokenLink = 16;
+const int kIDR = 19;
+const int kTrailing = 1;
+
+TEST(BrokenLinkJoins, EverySliceOfACleanRandomAccessPictureBecomesABrokenLinkAndNothingElseChanges) {
+    std::vector<std::uint8_t> picture =
+        sample({nalUnit(kAccessUnitDelimiter, 1), nalUnit(kPrefixSEI, 20), nalUnit(kCleanRandomAccess, 300),
+                nalUnit(kCleanRandomAccess, 7)});
+    // A first header byte whose layer bit is set keeps it.
+    picture[6 + 3 + 6 + 22] |= 0x01;
+    std::vector<std::uint8_t> expected = picture;
+    expected[6 + 3 + 6 + 22] = static_cast<std::uint8_t>((kBrokenLink << 1) | 0x01);
+    expected[6 + 3 + 6 + 22 + 6 + 300] = static_cast<std::uint8_t>(kBrokenLink << 1);
+
+    EXPECT_TRUE(markBrokenLink(picture));
+    EXPECT_EQ(picture, expected);
+}
+
+TEST(BrokenLinkJoins, OtherPicturesStayAsTheyAre) {
+    for (const int type : {kIDR, kTrailing, kBrokenLink}) {
+        std::vector<std::uint8_t> picture = sample({nalUnit(kPrefixSEI, 4), nalUnit(type, 50)});
+        const std::vector<std::uint8_t> before = picture;
+        EXPECT_FALSE(markBrokenLink(picture)) << type;
+        EXPECT_EQ(picture, before) << type;
+    }
+    // Parameter sets alone hold no picture.
+    std::vector<std::uint8_t> parameters = sample({nalUnit(32, 10), nalUnit(33, 10), nalUnit(34, 10)});
+    EXPECT_FALSE(markBrokenLink(parameters));
+}
+
+// A sample whose lengths do not add up is not HEVC with four-byte lengths: nothing is touched.
+TEST(BrokenLinkJoins, MalformedSamplesAreRefusedUntouched) {
+    std::vector<std::uint8_t> cut = sample({nalUnit(kCleanRandomAccess, 40)});
+    cut.resize(30);
+    std::vector<std::uint8_t> overlong = sample({nalUnit(kCleanRandomAccess, 40), {0, 0, 0, 9, 0x2a}});
+    std::vector<std::uint8_t> empty = sample({nalUnit(kCleanRandomAccess, 40), {0, 0, 0, 0}});
+    for (std::vector<std::uint8_t>* bytes : {&cut, &overlong, &empty}) {
+        const std::vector<std::uint8_t> before = *bytes;
+        EXPECT_THROW(markBrokenLink(*bytes), Error);
+        EXPECT_EQ(*bytes, before);
+    }
+}
+
+TEST(BrokenLinkJoins, ChecksumsAsFFprobeWritesThem) {
+    const std::string text = "Wikipedia";
+    EXPECT_EQ(adler32Text({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}),
+              "adler32:11e60398");
+    EXPECT_EQ(adler32Text({}), "adler32:00000001");
+    // Long runs of high bytes must be reduced in time: the sums would overflow 32 bits.
+    const std::vector<std::uint8_t> ones(100000, 0xff);
+    EXPECT_EQ(adler32Text(ones), "adler32:149a302c");
+}
+
+}  // namespace
+}  // namespace tidyreel

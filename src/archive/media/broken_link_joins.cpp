@@ -1,5 +1,6 @@
 #include "archive/media/broken_link_joins.h"
 
+#include "archive/media/nal_units.h"
 #include "base/error_codes.h"
 #include "platform/file_write.h"
 #include "time/decimal_text.h"
@@ -16,37 +17,16 @@ namespace {
 constexpr int kFirstNonSliceType = 32;
 constexpr int kCleanRandomAccess = 21;
 constexpr int kBrokenLinkWithLeading = 16;
-constexpr std::size_t kLengthBytes = 4;
+// HEVC's header has two bytes: a unit shorter than that is none.
+constexpr std::size_t kHeaderBytes = 2;
 
 // The type sits in bits 1–6 of the first header byte, between the forbidden bit and the layer's top bit.
 int nalUnitType(std::uint8_t firstHeaderByte) {
     return (firstHeaderByte >> 1) & 0x3f;
 }
 
-[[noreturn]] void failSample(const std::string& problem) {
-    throw Error(StreamCopyError::domain, StreamCopyError::picturesDiffer, problem);
-}
-
-// The offsets of the NAL units' first header bytes in a sample.
-std::vector<std::size_t> nalUnitStarts(std::span<const std::uint8_t> sample) {
-    std::vector<std::size_t> starts;
-    std::size_t offset = 0;
-    while (offset < sample.size()) {
-        if (sample.size() - offset < kLengthBytes + 2) {
-            failSample("HEVC-Bild endet mitten in einer NAL-Einheit");
-        }
-        std::size_t length = 0;
-        for (std::size_t i = 0; i < kLengthBytes; ++i) {
-            length = (length << 8) | sample[offset + i];
-        }
-        offset += kLengthBytes;
-        if (length < 2 || length > sample.size() - offset) {
-            failSample("HEVC-Bild mit NAL-Längen, die es nicht ausfüllen");
-        }
-        starts.push_back(offset);
-        offset += length;
-    }
-    return starts;
+[[noreturn]] void failJoin(const std::string& problem) {
+    throw Error(StreamCopyError::domain, StreamCopyError::joinNotDecodable, problem);
 }
 
 }  // namespace
@@ -57,7 +37,7 @@ bool joinsNeedMarking(const std::string& videoCodec) {
 
 bool markBrokenLink(std::span<std::uint8_t> sample) {
     std::vector<std::size_t> slices;
-    for (const std::size_t start : nalUnitStarts(sample)) {
+    for (const std::size_t start : nalUnitHeaderOffsets(sample, kHeaderBytes)) {
         if (nalUnitType(sample[start]) < kFirstNonSliceType) {
             slices.push_back(start);
         }
@@ -70,17 +50,6 @@ bool markBrokenLink(std::span<std::uint8_t> sample) {
         sample[slice] = static_cast<std::uint8_t>((sample[slice] & 0x81) | (kBrokenLinkWithLeading << 1));
     }
     return true;
-}
-
-std::vector<std::uint8_t> packetBytes(const std::filesystem::path& file, const VideoPacket& packet) {
-    std::vector<std::uint8_t> bytes(packet.size > 0 ? static_cast<std::size_t>(packet.size) : 0);
-    std::ifstream in(file, std::ios::binary);
-    if (packet.position < 0 || bytes.empty() || !in.seekg(packet.position) ||
-        !in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()))) {
-        failSample(fmt::format("{}: Bild bei {}s nicht lesbar", eventualName(file),
-                               shortestDecimal(packet.time.doubleValue())));
-    }
-    return bytes;
 }
 
 std::string adler32Text(std::span<const std::uint8_t> bytes) {
@@ -113,19 +82,19 @@ void markJoinsAsBrokenLinks(const std::filesystem::path& file, const std::vector
     for (const Rational join : joins) {
         const std::span<const VideoPacket> atJoin = packetsShownIn(packets, join, join + justAfter);
         if (atJoin.empty() || !atJoin.front().keyframe) {
-            failSample(fmt::format("{}: kein Keyframe am Übergang bei {}s", eventualName(file),
-                                   shortestDecimal(join.doubleValue())));
+            failJoin(fmt::format("{}: kein Keyframe am Übergang bei {}s", eventualName(file),
+                                 shortestDecimal(join.doubleValue())));
         }
         std::vector<std::uint8_t> bytes = packetBytes(file, atJoin.front());
         if (markBrokenLink(bytes) &&
             !(out.seekp(atJoin.front().position) && out.write(reinterpret_cast<const char*>(bytes.data()),
                                                               static_cast<std::streamsize>(bytes.size())))) {
-            failSample(fmt::format("{}: Übergang bei {}s nicht markierbar", eventualName(file),
-                                   shortestDecimal(join.doubleValue())));
+            failJoin(fmt::format("{}: Übergang bei {}s nicht markierbar", eventualName(file),
+                                 shortestDecimal(join.doubleValue())));
         }
     }
     if (!out.flush()) {
-        failSample(eventualName(file) + ": Übergänge nicht geschrieben");
+        failJoin(eventualName(file) + ": Übergänge nicht geschrieben");
     }
 }
 

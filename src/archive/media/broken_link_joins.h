@@ -24,18 +24,16 @@ bool joinsNeedMarking(const std::string& videoCodec);
 
 /// Marks an HEVC picture as MP4 and MOV store it (NAL units behind four-byte lengths) as a broken link when
 /// it is a CRA picture: every slice's NAL unit type becomes BLA_W_LP. True when it was one. Throws `Error`
-/// (picturesDiffer) when the lengths do not exactly fill the sample.
+/// (picturesDiffer) when the sample cannot be read as NAL units, and leaves it as it was.
 bool markBrokenLink(std::span<std::uint8_t> sample);
-
-/// The bytes of a packet of `file`; throws `Error` (picturesDiffer) when they cannot be read whole.
-std::vector<std::uint8_t> packetBytes(const std::filesystem::path& file, const VideoPacket& packet);
 
 /// A checksum of the bytes as ffprobe's `-show_data_hash adler32` writes it ("adler32:0123abcd").
 std::string adler32Text(std::span<const std::uint8_t> bytes);
 
 /// Marks the keyframe shown at each of `joins` (seconds from the file's start, ascending, none at zero) in
 /// the written file `file` as a broken link where it is a CRA picture. Reads only the packets at the joins;
-/// throws `Error`, `ProbeError`, and `RunCancelled` on a stop request.
+/// throws `Error` (joinNotDecodable when a join has no keyframe or cannot be written), `ProbeError`, and
+/// `RunCancelled` on a stop request.
 void markJoinsAsBrokenLinks(const std::filesystem::path& file, const std::vector<Rational>& joins,
                             const ProbeSetup& probe);
 

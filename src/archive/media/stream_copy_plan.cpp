@@ -2,6 +2,7 @@
 
 #include "archive/media/broken_link_joins.h"
 #include "archive/media/clean_starts.h"
+#include "archive/media/nal_units.h"
 #include "archive/planning/interval_merger.h"
 #include "archive/planning/keyframe_widening.h"
 
@@ -15,9 +16,8 @@ namespace {
 // Codecs whose packets stand on their own once cut at a keyframe: the intra-frame ones, where every
 // picture is a keyframe, and the long-GOP ones a widened cut can copy.
 bool isCopyableCodec(const std::string& codec) {
-    static constexpr std::array<std::string_view, 8> copyable{"prores", "dnxhd", "mjpeg", "png",
-                                                              "tiff",   "h264",  "hevc",  "mpeg2video"};
-    return std::find(copyable.begin(), copyable.end(), codec) != copyable.end();
+    static constexpr std::array<std::string_view, 3> longGOP{"h264", "hevc", "mpeg2video"};
+    return isIntraFrameCodec(codec) || std::find(longGOP.begin(), longGOP.end(), codec) != longGOP.end();
 }
 
 // Why a source whose first video stream has this codec cannot be cut by stream copy.
@@ -159,25 +159,43 @@ std::vector<Rational> earlierStarts(const Keyframes& keyframes, Rational start) 
     return candidates;
 }
 
-// Moves each range's start back until decoding from it does not complain. A keyframe without leading
-// pictures can still be no clean start: after an H.264 I picture that is no IDR (x264's open GOPs) the
-// decoder expects the pictures before it, and played on from another range it mixes up their order. The
-// ranges that come to overlap are merged; false when a range finds no clean start.
+// Whether the keyframe shown at `start` is an IDR picture, read from its bytes: decoding can begin there, no
+// need to try. False where the bytes cannot be read.
+bool isIDRPictureAt(const std::filesystem::path& source, const std::vector<VideoPacket>& packets,
+                    Rational start) {
+    const std::span<const VideoPacket> at = packetsShownIn(packets, start, start + Rational(1, 1000000));
+    try {
+        return !at.empty() && isH264IDRPicture(packetBytes(source, at.front()));
+    } catch (const ProbeError&) {
+        return false;
+    }
+}
+
+// Moves each range's start back until decoding from it does not complain; an IDR picture is a clean start
+// without trying. A keyframe without leading pictures can still be no clean start: after an H.264 I picture
+// that is no IDR (x264's open GOPs) the decoder expects the pictures before it, and played on from another
+// range it mixes up their order. The ranges that come to overlap are merged; false when a range finds no
+// clean start.
 bool startCleanly(const std::filesystem::path& source, const Keyframes& keyframes,
                   std::vector<HalfOpenRange>& ranges, const ProbeSetup& probe) {
+    std::vector<std::size_t> unsure;
     std::vector<Rational> starts;
-    for (const HalfOpenRange& range : ranges) {
-        starts.push_back(range.start);
+    for (std::size_t i = 0; i < ranges.size(); ++i) {
+        if (!isIDRPictureAt(source, keyframes.packets, ranges[i].start)) {
+            unsure.push_back(i);
+            starts.push_back(ranges[i].start);
+        }
     }
     for (const std::size_t index : startsThatComplain(source, starts, probe)) {
-        const std::vector<Rational> candidates = earlierStarts(keyframes, ranges[index].start);
+        HalfOpenRange& range = ranges[unsure[index]];
+        const std::vector<Rational> candidates = earlierStarts(keyframes, range.start);
         const auto clean = std::find_if(candidates.begin(), candidates.end(), [&](Rational candidate) {
             return startsThatComplain(source, {candidate}, probe).empty();
         });
         if (clean == candidates.end()) {
             return false;
         }
-        ranges[index].start = *clean;
+        range.start = *clean;
     }
     ranges = IntervalMerger::merge(ranges, ranges.back().end, Rational::zero(), Rational::zero(),
                                    Rational::zero());
@@ -228,6 +246,11 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
 }
 
 }  // namespace
+
+bool isIntraFrameCodec(const std::string& codec) {
+    static constexpr std::array<std::string_view, 5> intraFrame{"prores", "dnxhd", "mjpeg", "png", "tiff"};
+    return std::find(intraFrame.begin(), intraFrame.end(), codec) != intraFrame.end();
+}
 
 StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe) {
     // Only the stretches around the segments' ends are read first: camera originals are long, and reading

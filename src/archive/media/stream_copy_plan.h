@@ -23,6 +23,10 @@ struct StreamCopyDecision {
     VideoClock clock;                           ///< how the source's video counts time
 };
 
+/// Whether every picture of this codec (ffprobe's name) is a keyframe: ProRes, DNxHD/DNxHR, MJPEG, PNG,
+/// TIFF. (AVC-Intra is H.264 of IDR pictures only.)
+bool isIntraFrameCodec(const std::string& codec);
+
 /// Decides the stream copy of the plan's source: its codec, then its packets around the segments' ends (the
 /// whole file's when those do not show every picture there), from which the keyframes and their
 /// closedness (leading pictures in decoding order) are read; each segment widens outward to keyframes a copy

@@ -4,11 +4,14 @@
 #include "archive/media/media_probe.h"
 #include "archive/media/probe_json.h"
 #include "archive/media/tool_runner.h"
+#include "platform/file_write.h"
+#include "time/decimal_text.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <fstream>
 #include <iterator>
 
 namespace tidyreel {
@@ -180,6 +183,17 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
                                            const std::vector<PacketWindow>& windows,
                                            PacketChecksums checksums) {
     return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows, checksums), probe));
+}
+
+std::vector<std::uint8_t> packetBytes(const std::filesystem::path& file, const VideoPacket& packet) {
+    std::vector<std::uint8_t> bytes(packet.size > 0 ? static_cast<std::size_t>(packet.size) : 0);
+    std::ifstream in(file, std::ios::binary);
+    if (packet.position < 0 || bytes.empty() || !in.seekg(packet.position) ||
+        !in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()))) {
+        throw ProbeError(fmt::format("{}: Bild bei {}s nicht lesbar", eventualName(file),
+                                     shortestDecimal(packet.time.doubleValue())));
+    }
+    return bytes;
 }
 
 std::vector<Rational> parseDecodedPictureTimes(std::string_view text) {

@@ -75,6 +75,10 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
                                            const std::vector<PacketWindow>& windows = {},
                                            PacketChecksums checksums = PacketChecksums::skip);
 
+/// The bytes of a packet of `file` (its `position` and `size`); throws `ProbeError` when they cannot be read
+/// whole.
+std::vector<std::uint8_t> packetBytes(const std::filesystem::path& file, const VideoPacket& packet);
+
 /// The presentation times of the pictures the decoder gives while it plays the windows (ascending and
 /// disjoint) of the file's first video stream, each from the keyframe before it, in the order it gives
 /// them; read with the run's ffprobe. Throws `ProbeError`, and `RunCancelled` on a stop request.

@@ -65,17 +65,14 @@ TEST(BrokenLinkJoins, OtherPicturesStayAsTheyAre) {
     EXPECT_FALSE(markBrokenLink(parameters));
 }
 
-// A sample whose lengths do not add up is not HEVC with four-byte lengths: nothing is touched.
+// A sample that cannot be read as NAL units is not marked halfway.
 TEST(BrokenLinkJoins, MalformedSamplesAreRefusedUntouched) {
-    std::vector<std::uint8_t> cut = sample({nalUnit(kCleanRandomAccess, 40)});
-    cut.resize(30);
-    std::vector<std::uint8_t> overlong = sample({nalUnit(kCleanRandomAccess, 40), {0, 0, 0, 9, 0x2a}});
-    std::vector<std::uint8_t> empty = sample({nalUnit(kCleanRandomAccess, 40), {0, 0, 0, 0}});
-    for (std::vector<std::uint8_t>* bytes : {&cut, &overlong, &empty}) {
-        const std::vector<std::uint8_t> before = *bytes;
-        EXPECT_THROW(markBrokenLink(*bytes), Error);
-        EXPECT_EQ(*bytes, before);
-    }
+    std::vector<std::uint8_t> picture =
+        sample({nalUnit(kCleanRandomAccess, 40), nalUnit(kCleanRandomAccess, 40)});
+    picture.resize(picture.size() - 1);
+    const std::vector<std::uint8_t> before = picture;
+    EXPECT_THROW(markBrokenLink(picture), Error);
+    EXPECT_EQ(picture, before);
 }
 
 TEST(BrokenLinkJoins, ChecksumsAsFFprobeWritesThem) {

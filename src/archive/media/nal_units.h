@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tidyreel {
+
+/// H.264 and HEVC pictures as MP4 and MOV store them: NAL units, each behind a four-byte length (the length
+/// size every camera and encoder writes).
+
+/// Where each NAL unit's header begins in a sample, in order. Throws `Error` (StreamCopy, picturesDiffer)
+/// when the lengths do not exactly fill the sample or a unit is shorter than its header (`headerBytes`:
+/// one in H.264, two in HEVC).
+std::vector<std::size_t> nalUnitHeaderOffsets(std::span<const std::uint8_t> sample, std::size_t headerBytes);
+
+/// Whether an H.264 sample holds an IDR picture, where decoding can begin without anything before it. False
+/// for a sample that cannot be read as NAL units.
+bool isH264IDRPicture(std::span<const std::uint8_t> sample);
+
+}  // namespace tidyreel

@@ -248,6 +248,12 @@ TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
         {"open", "OpenGOP.mov", "25", Rational(1, 25),
          "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 3 -g 25 -x264-params open-gop=1 -pix_fmt yuv420p "
          "-c:a aac",
+         0},
+        // x264's open GOPs with a fixed pattern of B-frames: the keyframes have no leading pictures, but as I
+        // pictures that are no IDR the decoder cannot begin at them, and the second range moves back.
+        {"noidr", "NoIDR.mp4", "25", Rational(1, 25),
+         "-c:v libx264 -x264-params open-gop=1:keyint=25:min-keyint=25:bframes=3:b-adapt=0:scenecut=0 "
+         "-pix_fmt yuv420p -c:a aac",
          0}};
     for (const CopyMedia& medium : media) {
         makeTestVideo(folder / medium.file, kSeconds, 0, medium.arguments, medium.rate);
@@ -282,6 +288,9 @@ TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
     ASSERT_EQ(open.size(), 2u) << result.standardOutput;
     EXPECT_THAT(open[1], HasSubstr("↳ auf Keyframes erweitert: 0.0.."));
     EXPECT_THAT(open[1], HasSubstr("s über offene GOPs)")) << open[1];
+    const std::vector<std::string> moved = rowOf("noidr");
+    ASSERT_EQ(moved.size(), 2u) << result.standardOutput;
+    EXPECT_THAT(moved[1], HasSubstr("s bis zu einem sauberen Anfang)")) << moved[1];
     const std::vector<std::string> reencoded = rowOf("mpeg4");
     ASSERT_EQ(reencoded.size(), 2u) << result.standardOutput;
     EXPECT_THAT(reencoded[0], HasSubstr("schneiden: 2 Segmente, Re-Encode"));

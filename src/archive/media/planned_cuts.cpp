@@ -12,13 +12,12 @@ PlannedCut streamCopyCut(const TrimPlan& plan, const ProbeSetup& probe) {
     try {
         StreamCopyDecision decision = planStreamCopy(plan, probe);
         if (decision.reencodeReason) {
-            return {CutMethod::reEncode, {}, {}, {}, decision.reencodeReason};
+            return {CutMethod::reEncode, {}, {}, decision.reencodeReason};
         }
-        return {CutMethod::streamCopy, std::move(decision.ranges), decision.extraSeconds,
-                decision.openGOPSeconds, std::nullopt};
+        return {CutMethod::streamCopy, std::move(decision.ranges), decision.added, std::nullopt};
     } catch (const Error& error) {
         // The run re-encodes a source it cannot probe for a stream copy.
-        return {CutMethod::reEncode, {}, {}, {}, error.what()};
+        return {CutMethod::reEncode, {}, {}, error.what()};
     }
 }
 

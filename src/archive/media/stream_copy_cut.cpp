@@ -80,11 +80,19 @@ void logWidening(const StreamCopyDecision& decision, const ExportContext& contex
                                                     i + 1, widened.size(), rangeText(widened[i])));
     }
     context.log(LogEntryType::info, fmt::format("       Keyframe-Erweiterung: +{}s gegenüber Plan",
-                                                shortestDecimal(decision.extraSeconds.doubleValue())));
-    if (decision.openGOPSeconds > Rational::zero()) {
+                                                shortestDecimal(decision.added.total.doubleValue())));
+    if (decision.added.overOpenGOPs > Rational::zero()) {
         context.log(LogEntryType::info,
                     fmt::format("       davon +{}s über offene GOPs (Keyframes mit vorgezogenen Bildern)",
-                                shortestDecimal(decision.openGOPSeconds.doubleValue())));
+                                shortestDecimal(decision.added.overOpenGOPs.doubleValue())));
+    }
+    if (decision.added.toCleanStarts > Rational::zero()) {
+        context.log(
+            LogEntryType::info,
+            fmt::format(
+                "       davon +{}s zurück bis zu einem sauberen Anfang (an H.264-I-Bildern ohne IDR beginnt "
+                "das Dekodieren nicht sauber)",
+                shortestDecimal(decision.added.toCleanStarts.doubleValue())));
     }
 }
 

@@ -212,8 +212,9 @@ bool keyframesCanBeUnclean(const std::string& codec) {
 
 struct Widening {
     std::optional<std::vector<HalfOpenRange>> ranges;
-    std::string failure;        ///< why there are none
-    Rational openGOPSeconds{};  ///< what passing over open keyframes adds to them
+    std::string failure;           ///< why there are none
+    Rational openGOPSeconds{};     ///< what passing over open keyframes adds to them
+    Rational cleanStartSeconds{};  ///< what moving starts back to clean ones adds to them
 };
 
 // How much longer pieces widened over open keyframes are than pieces that could cut at every keyframe.
@@ -238,10 +239,12 @@ Widening cleanlyWidened(const TrimPlan& plan, const std::vector<VideoPacket>& pa
         return {std::nullopt, "kein geschlossener GOP vor einem Segment"};
     }
     widening.openGOPSeconds = openGOPSeconds(plan.segments, keyframes, *widening.ranges, shownEndOf(packets));
+    const Rational lengthBefore = totalLength(*widening.ranges);
     if (keyframesCanBeUnclean(codec) &&
         !startCleanly(plan.originalPath, keyframes, *widening.ranges, probe)) {
         return {std::nullopt, "kein sauber dekodierbarer Anfang vor einem Segment"};
     }
+    widening.cleanStartSeconds = totalLength(*widening.ranges) - lengthBefore;
     return widening;
 }
 
@@ -286,8 +289,8 @@ StreamCopyDecision planStreamCopy(const TrimPlan& plan, const ProbeSetup& probe)
         return decision;
     }
     decision.ranges = *widening.ranges;
-    decision.extraSeconds = totalLength(decision.ranges) - totalLength(fromPictures.segments);
-    decision.openGOPSeconds = widening.openGOPSeconds;
+    decision.added = {totalLength(decision.ranges) - totalLength(fromPictures.segments),
+                      widening.openGOPSeconds, widening.cleanStartSeconds};
     return decision;
 }
 

@@ -2,6 +2,7 @@
 
 #include "archive/media/media_probe.h"
 #include "archive/media/video_packets.h"
+#include "archive/planning/keyframe_widening.h"
 #include "archive/planning/segment_planning.h"
 
 #include <optional>
@@ -13,8 +14,7 @@ namespace tidyreel {
 /// Whether and how the plan's source can be cut by stream copy, decided without cutting anything.
 struct StreamCopyDecision {
     std::vector<HalfOpenRange> ranges;  ///< the kept ranges widened to keyframe cuts, in order
-    Rational extraSeconds;              ///< how much longer they are than the planned segments
-    Rational openGOPSeconds;            ///< of those, what open keyframes that cannot be cut at add (H.264)
+    WideningCost added;                 ///< how much longer they are than the planned segments, and why
     std::optional<std::string> reencodeReason;  ///< why it must be re-encoded instead; then no ranges
     std::vector<VideoPacket> sourcePackets;     ///< the source's shown packets around the segments' ends (or
                                                 ///< all), which the ranges were chosen from

@@ -9,6 +9,13 @@
 
 namespace tidyreel {
 
+/// What widening segments to pieces a stream copy can cut adds to them, in seconds, and why.
+struct WideningCost {
+    Rational total;          ///< how much longer the pieces are than the segments
+    Rational overOpenGOPs;   ///< of it, what passing over open keyframes a copy cannot cut at adds
+    Rational toCleanStarts;  ///< of it, what moving starts back to keyframes decoding cleanly begins at adds
+};
+
 /// Where a copy can be cut at the keyframe at this time. A copy that begins there shows from the keyframe
 /// on: its leading pictures (open GOP: decoded after it, shown before it, needing pictures before it) are
 /// left out. A copy that stops before it in decoding order shows up to the returned time: the keyframe's

@@ -26,7 +26,7 @@ const PlannedCut* plannedCutOf(const AssetDecision& decision, const PlannedCuts&
 
 // What a cut keeps beyond its plan: the stream copy's widening to keyframes.
 double keptBeyondPlan(const PlannedCut* cut) {
-    return cut && cut->method == CutMethod::streamCopy ? cut->extraSeconds.doubleValue() : 0.0;
+    return cut && cut->method == CutMethod::streamCopy ? cut->added.total.doubleValue() : 0.0;
 }
 
 std::string decisionText(const AssetDecision& decision, const PlannedCut* cut) {
@@ -90,13 +90,18 @@ std::string cutDetails(const PlannedCut& cut) {
         for (const HalfOpenRange& range : cut.ranges) {
             words.push_back(rangeText(range) + (&range == &cut.ranges.back() ? "" : ","));
         }
-        if (cut.openGOPSeconds > Rational::zero()) {
-            words.push_back("(+" + millisecondText(cut.extraSeconds) + "s,");
-            const std::string open = millisecondText(cut.openGOPSeconds) + "s";
-            appendWords(words,
-                        localized("davon " + open + " über offene GOPs)", open + " of it over open GOPs)"));
-        } else {
-            words.push_back("(+" + millisecondText(cut.extraSeconds) + "s)");
+        std::vector<std::string> parts{"(+" + millisecondText(cut.added.total) + "s"};
+        if (cut.added.overOpenGOPs > Rational::zero()) {
+            const std::string open = millisecondText(cut.added.overOpenGOPs) + "s";
+            parts.push_back(localized("davon " + open + " über offene GOPs", open + " of it over open GOPs"));
+        }
+        if (cut.added.toCleanStarts > Rational::zero()) {
+            const std::string back = millisecondText(cut.added.toCleanStarts) + "s";
+            parts.push_back(localized("davon " + back + " bis zu einem sauberen Anfang",
+                                      back + " of it back to a clean start"));
+        }
+        for (std::size_t i = 0; i < parts.size(); ++i) {
+            appendWords(words, parts[i] + (i + 1 < parts.size() ? "," : ")"));
         }
         return detailLines(localized("auf Keyframes erweitert:", "widened to keyframes:"), words);
     }

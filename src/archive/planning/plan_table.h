@@ -1,6 +1,7 @@
 #pragma once
 
 #include "archive/planning/archive_planning.h"
+#include "archive/planning/keyframe_widening.h"
 #include "time/half_open_range.h"
 #include "time/rational.h"
 
@@ -25,8 +26,7 @@ std::string sourceStateText(SourceState state);
 struct PlannedCut {
     CutMethod method = CutMethod::reEncode;     ///< whether its pictures are copied or encoded anew
     std::vector<HalfOpenRange> ranges;          ///< stream copy: the kept ranges widened to keyframes
-    Rational extraSeconds;                      ///< stream copy: how much longer they are than the plan's
-    Rational openGOPSeconds;                    ///< of those, what open keyframes it cannot cut at add
+    WideningCost added;                         ///< stream copy: how much longer they are than the plan's
     std::optional<std::string> reencodeReason;  ///< why stream copy, though chosen, gives way to re-encoding
 };
 

@@ -119,7 +119,8 @@ TEST_F(ArchivePlanningRun, PlanTableShowsHowEachTrimmedAssetIsCut) {
     setPreferredLanguages({"en"});
     const ArchivePlanning planning = run(kResources, kSpine, {"Video"});
     const Rational keyframe = Rational(1019 * 1001, 30000);  // 34.0006 s, planned from 35 s
-    const PlannedCut copied{CutMethod::streamCopy, {{keyframe, 56}}, 56 - keyframe - 20, {}, std::nullopt};
+    const PlannedCut copied{
+        CutMethod::streamCopy, {{keyframe, 56}}, {56 - keyframe - 20, {}, {}}, std::nullopt};
     const std::vector<std::string> rows =
         test::splitLines(formatPlanTable(planning, {{"a1", copied}, {"a2", copied}}));
     ASSERT_EQ(rows.size(), 6u);
@@ -130,12 +131,17 @@ TEST_F(ArchivePlanningRun, PlanTableShowsHowEachTrimmedAssetIsCut) {
     EXPECT_THAT(rows[5], HasSubstr("13.000     74.999     78.001"));
     // What open GOPs the codec cannot cut at add is told apart.
     PlannedCut overOpenGOPs = copied;
-    overOpenGOPs.openGOPSeconds = 1;
+    overOpenGOPs.added.overOpenGOPs = 1;
     EXPECT_THAT(formatPlanTable(planning, {{"a1", overOpenGOPs}}),
                 HasSubstr("↳ widened to keyframes: 34.001..56.0 (+1.999s, 1.0s of it over open GOPs)"));
+    // And what moving a start back to a keyframe decoding cleanly begins at adds.
+    PlannedCut backToCleanStart = overOpenGOPs;
+    backToCleanStart.added.toCleanStarts = Rational(1, 2);
+    EXPECT_THAT(formatPlanTable(planning, {{"a1", backToCleanStart}}),
+                HasSubstr("(+1.999s, 1.0s of it over open GOPs, 0.5s of it back to a clean start)"));
 
     // However many ranges, no line leaves the table: they wrap under the first.
-    PlannedCut many{CutMethod::streamCopy, {}, 40, {}, std::nullopt};
+    PlannedCut many{CutMethod::streamCopy, {}, {40, {}, {}}, std::nullopt};
     for (int second = 0; second < 96; second += 4) {
         many.ranges.push_back({Rational(second * 1001, 1000), Rational((second + 2) * 1001, 1000)});
     }
@@ -148,7 +154,7 @@ TEST_F(ArchivePlanningRun, PlanTableShowsHowEachTrimmedAssetIsCut) {
         EXPECT_LE(columns(line), 119u) << line;
     }
 
-    const PlannedCut reencoded{CutMethod::reEncode, {}, {}, {}, "ffprobe:\nInvalid data found"};
+    const PlannedCut reencoded{CutMethod::reEncode, {}, {}, "ffprobe:\nInvalid data found"};
     const std::vector<std::string> withReason =
         test::splitLines(formatPlanTable(planning, {{"a1", reencoded}}));
     ASSERT_EQ(withReason.size(), 6u);

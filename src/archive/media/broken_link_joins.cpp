@@ -52,23 +52,6 @@ bool markBrokenLink(std::span<std::uint8_t> sample) {
     return true;
 }
 
-std::string adler32Text(std::span<const std::uint8_t> bytes) {
-    constexpr std::uint32_t kModulus = 65521;
-    // Sums stay below 2^32 for this many bytes before they must be reduced.
-    constexpr std::size_t kBlock = 5552;
-    std::uint32_t a = 1;
-    std::uint32_t b = 0;
-    for (std::size_t start = 0; start < bytes.size(); start += kBlock) {
-        for (const std::uint8_t byte : bytes.subspan(start, std::min(kBlock, bytes.size() - start))) {
-            a += byte;
-            b += a;
-        }
-        a %= kModulus;
-        b %= kModulus;
-    }
-    return fmt::format("adler32:{:08x}", (b << 16) | a);
-}
-
 void markJoinsAsBrokenLinks(const std::filesystem::path& file, const std::vector<Rational>& joins,
                             const ProbeSetup& probe) {
     const Rational justAfter(1, 1000);

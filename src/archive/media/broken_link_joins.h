@@ -27,9 +27,6 @@ bool joinsNeedMarking(const std::string& videoCodec);
 /// (picturesDiffer) when the sample cannot be read as NAL units, and leaves it as it was.
 bool markBrokenLink(std::span<std::uint8_t> sample);
 
-/// A checksum of the bytes as ffprobe's `-show_data_hash adler32` writes it ("adler32:0123abcd").
-std::string adler32Text(std::span<const std::uint8_t> bytes);
-
 /// Marks the keyframe shown at each of `joins` (seconds from the file's start, ascending, none at zero) in
 /// the written file `file` as a broken link where it is a CRA picture. Reads only the packets at the joins;
 /// throws `Error` (joinNotDecodable when a join has no keyframe or cannot be written), `ProbeError`, and

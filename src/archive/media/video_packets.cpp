@@ -185,6 +185,23 @@ std::vector<VideoPacket> probeVideoPackets(const std::filesystem::path& file, co
     return parseVideoPackets(FFProbe::runProbe(videoPacketProbeArguments(file, windows, checksums), probe));
 }
 
+std::string adler32Text(std::span<const std::uint8_t> bytes) {
+    constexpr std::uint32_t kModulus = 65521;
+    // Sums stay below 2^32 for this many bytes before they must be reduced.
+    constexpr std::size_t kBlock = 5552;
+    std::uint32_t a = 1;
+    std::uint32_t b = 0;
+    for (std::size_t start = 0; start < bytes.size(); start += kBlock) {
+        for (const std::uint8_t byte : bytes.subspan(start, std::min(kBlock, bytes.size() - start))) {
+            a += byte;
+            b += a;
+        }
+        a %= kModulus;
+        b %= kModulus;
+    }
+    return fmt::format("adler32:{:08x}", (b << 16) | a);
+}
+
 std::vector<std::uint8_t> packetBytes(const std::filesystem::path& file, const VideoPacket& packet) {
     std::vector<std::uint8_t> bytes(packet.size > 0 ? static_cast<std::size_t>(packet.size) : 0);
     std::ifstream in(file, std::ios::binary);

@@ -58,6 +58,9 @@ std::vector<PacketWindow> windowsAround(std::vector<HalfOpenRange> ranges, Ratio
 /// they cost a good part of the probe.
 enum class PacketChecksums { skip, compute };
 
+/// A checksum of bytes as the packet probe's `-show_data_hash adler32` writes it ("adler32:0123abcd").
+std::string adler32Text(std::span<const std::uint8_t> bytes);
+
 /// The ffprobe arguments that list the packets of the first video stream, its time base and start: of the
 /// whole file, or of the given windows only (ascending and disjoint).
 std::vector<std::string> videoPacketProbeArguments(const std::filesystem::path& file,

@@ -6,7 +6,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
+#include <vector>
 
 namespace tidyreel {
 namespace {
@@ -160,6 +162,16 @@ TEST(VideoPackets, ProbeAskedForTheWholeFileOrAWindow) {
         {PacketWindow{Rational(1001, 300), Rational(5)}, PacketWindow{Rational(8), Rational(9)}});
     EXPECT_THAT(std::vector<std::string>(window.end() - 3, window.end()),
                 ElementsAre("-read_intervals", "3.336667%5.000000,8.000000%9.000000", "/media/a.mov"));
+}
+
+TEST(VideoPackets, ChecksumsAsFFprobeWritesThem) {
+    const std::string text = "Wikipedia";
+    EXPECT_EQ(adler32Text({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}),
+              "adler32:11e60398");
+    EXPECT_EQ(adler32Text({}), "adler32:00000001");
+    // Long runs of high bytes must be reduced in time: the sums would overflow 32 bits.
+    const std::vector<std::uint8_t> ones(100000, 0xff);
+    EXPECT_EQ(adler32Text(ones), "adler32:149a302c");
 }
 
 }  // namespace

@@ -71,6 +71,16 @@ const std::vector<SyncMedia>& syncMedia() {
          {"-c:v", "mpeg2video", "-g", "12", "-bf", "2", "-b:v", "4M", "-c:a", "pcm_s16le"},
          {0},
          1},
+        // HEVC open GOPs of 26 frames with leading pictures before every keyframe, joined as broken links:
+        // no flash (every 48 frames from 17) meets a keyframe.
+        {"hevc",
+         "Klick_HEVC.mov",
+         {"25", Rational(1, 25), 48, 17},
+         {"-c:v", "libx265", "-tag:v", "hvc1", "-x265-params",
+          "keyint=26:min-keyint=26:open-gop=1:bframes=4:b-adapt=0:scenecut=0:log-level=error", "-c:a",
+          "pcm_s16le"},
+         {0},
+         1},
     };
     return media;
 }

@@ -87,6 +87,11 @@ const std::vector<CopyMedia>& copyMedia() {
     return media;
 }
 
+const CopyMedia& mediumCalled(const std::string& id) {
+    return *std::find_if(copyMedia().begin(), copyMedia().end(),
+                         [&](const CopyMedia& media) { return media.id == id; });
+}
+
 const int kSeconds = 40;
 
 // The media time of the first frame at or after `seconds`.
@@ -245,10 +250,7 @@ TEST(StreamCopyArchive, DryRunShowsKeyframeRangesAndReencodeReasons) {
         copyMedia().front(),
         {"mpeg4", "MPEG4.mov", "25", Rational(1, 25), "-c:v mpeg4 -c:a aac", 0, false},
         // x264's open GOPs: H.264 keyframes with leading pictures cannot be cut at, and widening passes them.
-        {"open", "OpenGOP.mov", "25", Rational(1, 25),
-         "-c:v libx264 -preset veryfast -sc_threshold 0 -bf 3 -g 25 -x264-params open-gop=1 -pix_fmt yuv420p "
-         "-c:a aac",
-         0},
+        mediumCalled("open"),
         // x264's open GOPs with a fixed pattern of B-frames: the keyframes have no leading pictures, but as I
         // pictures that are no IDR the decoder cannot begin at them, and the second range moves back.
         {"noidr", "NoIDR.mp4", "25", Rational(1, 25),

@@ -1,5 +1,6 @@
 #include "archive/media/nal_units.h"
 
+#include "archive/media/media_probe.h"
 #include "base/error.h"
 #include "base/error_codes.h"
 
@@ -48,6 +49,16 @@ bool isH264IDRPicture(std::span<const std::uint8_t> sample) {
         // Not readable as NAL units: whether decoding can begin here is left to the decoder.
     }
     return false;
+}
+
+bool showsH264IDRPictureAt(const std::filesystem::path& file, const std::vector<VideoPacket>& packets,
+                           Rational time) {
+    const std::span<const VideoPacket> at = packetsShownIn(packets, time, time + Rational(1, 1000000));
+    try {
+        return !at.empty() && isH264IDRPicture(packetBytes(file, at.front()));
+    } catch (const ProbeError&) {
+        return false;
+    }
 }
 
 }  // namespace tidyreel

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "archive/media/video_packets.h"
+#include "time/rational.h"
+
 #include <cstdint>
+#include <filesystem>
 #include <span>
 #include <vector>
 
@@ -17,5 +21,10 @@ std::vector<std::size_t> nalUnitHeaderOffsets(std::span<const std::uint8_t> samp
 /// Whether an H.264 sample holds an IDR picture, where decoding can begin without anything before it. False
 /// for a sample that cannot be read as NAL units.
 bool isH264IDRPicture(std::span<const std::uint8_t> sample);
+
+/// Whether the packet of sorted `packets` shown at `time` in `file` is an H.264 IDR picture, read from its
+/// bytes: decoding can begin there without trying. False where there is none or its bytes cannot be read.
+bool showsH264IDRPictureAt(const std::filesystem::path& file, const std::vector<VideoPacket>& packets,
+                           Rational time);
 
 }  // namespace tidyreel

@@ -198,13 +198,7 @@ bool decoderStartsAfreshAtEveryRange(const CopySource& source, const std::vector
     }
     return source.videoCodec == "h264" &&
            std::all_of(ranges.begin(), ranges.end(), [&](const HalfOpenRange& range) {
-               const std::span<const VideoPacket> first =
-                   packetsShownIn(source.packets, range.start, range.start + source.halfFrame);
-               try {
-                   return !first.empty() && isH264IDRPicture(packetBytes(source.file, first.front()));
-               } catch (const ProbeError&) {
-                   return false;
-               }
+               return showsH264IDRPictureAt(source.file, source.packets, range.start);
            });
 }
 

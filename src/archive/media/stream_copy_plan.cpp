@@ -159,18 +159,6 @@ std::vector<Rational> earlierStarts(const Keyframes& keyframes, Rational start) 
     return candidates;
 }
 
-// Whether the keyframe shown at `start` is an IDR picture, read from its bytes: decoding can begin there, no
-// need to try. False where the bytes cannot be read.
-bool isIDRPictureAt(const std::filesystem::path& source, const std::vector<VideoPacket>& packets,
-                    Rational start) {
-    const std::span<const VideoPacket> at = packetsShownIn(packets, start, start + Rational(1, 1000000));
-    try {
-        return !at.empty() && isH264IDRPicture(packetBytes(source, at.front()));
-    } catch (const ProbeError&) {
-        return false;
-    }
-}
-
 // Moves each range's start back until decoding from it does not complain; an IDR picture is a clean start
 // without trying. A keyframe without leading pictures can still be no clean start: after an H.264 I picture
 // that is no IDR (x264's open GOPs) the decoder expects the pictures before it, and played on from another
@@ -181,7 +169,7 @@ bool startCleanly(const std::filesystem::path& source, const Keyframes& keyframe
     std::vector<std::size_t> unsure;
     std::vector<Rational> starts;
     for (std::size_t i = 0; i < ranges.size(); ++i) {
-        if (!isIDRPictureAt(source, keyframes.packets, ranges[i].start)) {
+        if (!showsH264IDRPictureAt(source, keyframes.packets, ranges[i].start)) {
             unsure.push_back(i);
             starts.push_back(ranges[i].start);
         }
